@@ -372,6 +372,7 @@ bool Node::IsStreamable() const
 std::vector<Node::Property> Node::properties() const
 {
     std::vector<Property> result;
+    size_t indexCount = 0;
     for (ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(m_arv)); child;
          child = arv_dom_node_get_next_sibling(child)) {
         if (!ARV_IS_DOM_ELEMENT(child) || ARV_IS_GC_FEATURE_NODE(child))
@@ -381,12 +382,10 @@ std::vector<Node::Property> Node::properties() const
         property.text = textOf(child);
         property.element = child;
         if (property.name == "pIndex") {
-            const char* offset = arv_dom_element_get_attribute(ARV_DOM_ELEMENT(child), "Offset");
-            const char* pOffset = arv_dom_element_get_attribute(ARV_DOM_ELEMENT(child), "pOffset");
-            if (offset && *offset)
-                property.attributes = std::string("Offset=") + offset;
-            else if (pOffset && *pOffset)
-                property.attributes = std::string("pOffset=") + pOffset;
+            const auto& attributes = m_map->indexAttributes(m_name);
+            if (indexCount < attributes.size())
+                property.attributes = attributes[indexCount];
+            ++indexCount;
         }
         result.push_back(std::move(property));
     }

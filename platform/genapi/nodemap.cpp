@@ -17,24 +17,70 @@ namespace GenApi {
 
 namespace {
 
-// Checks that the text is well-formed XML, so that a broken file gets the parser's message
-// (Aravis itself only says that no document came out).
-void checkWellFormed(const std::string& xml)
+// Reads the description once with GLib's parser: a broken file gets the parser's message (Aravis
+// itself only says that no document came out), and the attributes of <pIndex> elements, which
+// Aravis keeps to itself, are collected by owning node.
+struct ParseState
+{
+    std::vector<std::string> owners; // "Name" attribute of each open element ("" when none)
+    std::unordered_map<std::string, std::vector<std::string>>* indexAttributes;
+    std::string rootElement;
+};
+
+void onStartElement(GMarkupParseContext*, const gchar* element, const gchar** names,
+                    const gchar** values, gpointer data, GError**)
+{
+    auto* state = static_cast<ParseState*>(data);
+    if (state->rootElement.empty())
+        state->rootElement = element;
+    std::string owner;
+    std::string attributes;
+    for (size_t i = 0; names[i]; ++i) {
+        if (std::strcmp(names[i], "Name") == 0)
+            owner = values[i];
+        else if (std::strcmp(names[i], "Offset") == 0 || std::strcmp(names[i], "pOffset") == 0)
+            attributes = std::string(names[i]) + "=" + values[i];
+    }
+    if (std::strcmp(element, "pIndex") == 0) {
+        for (auto it = state->owners.rbegin(); it != state->owners.rend(); ++it) {
+            if (!it->empty()) {
+                (*state->indexAttributes)[*it].push_back(attributes);
+                break;
+            }
+        }
+    }
+    state->owners.push_back(owner);
+}
+
+void onEndElement(GMarkupParseContext*, const gchar*, gpointer data, GError**)
+{
+    auto* state = static_cast<ParseState*>(data);
+    if (!state->owners.empty())
+        state->owners.pop_back();
+}
+
+// Returns false with the parser's message for text that is not well-formed XML.
+bool scanDescription(const char* xml, size_t size,
+                     std::unordered_map<std::string, std::vector<std::string>>& indexAttributes,
+                     std::string* message, std::string* rootElement = nullptr)
 {
     GMarkupParser parser{};
+    parser.start_element = onStartElement;
+    parser.end_element = onEndElement;
+    ParseState state{{}, &indexAttributes, {}};
     GMarkupParseContext* context =
-        g_markup_parse_context_new(&parser, GMarkupParseFlags(0), nullptr, nullptr);
+        g_markup_parse_context_new(&parser, GMarkupParseFlags(0), &state, nullptr);
     GError* error = nullptr;
-    const bool ok = g_markup_parse_context_parse(context, xml.data(),
-                                                 static_cast<gssize>(xml.size()), &error) &&
+    const bool ok = g_markup_parse_context_parse(context, xml, static_cast<gssize>(size), &error) &&
                     g_markup_parse_context_end_parse(context, &error);
     g_markup_parse_context_free(context);
-    if (!ok) {
-        const std::string message = error ? error->message : "unknown error";
-        if (error)
-            g_error_free(error);
-        throw RUNTIME_EXCEPTION("Malformed GenICam XML: %s", message.c_str());
-    }
+    if (rootElement)
+        *rootElement = state.rootElement;
+    if (!ok && message)
+        *message = error ? error->message : "unknown error";
+    if (error)
+        g_error_free(error);
+    return ok;
 }
 
 bool isLinkProperty(const std::string& name)
@@ -105,13 +151,22 @@ std::unique_ptr<NodeMap> NodeMap::fromXml(const std::string& xml, const gcstring
 {
     if (xml.empty())
         throw RUNTIME_EXCEPTION("Malformed GenICam XML: the description is empty");
-    checkWellFormed(xml);
+    std::unordered_map<std::string, std::vector<std::string>> indexAttributes;
+    std::string message;
+    std::string rootElement;
+    if (!scanDescription(xml.data(), xml.size(), indexAttributes, &message, &rootElement))
+        throw RUNTIME_EXCEPTION("Malformed GenICam XML: %s", message.c_str());
+    if (rootElement != "RegisterDescription")
+        throw RUNTIME_EXCEPTION("The XML is not a GenICam register description (its root is <%s>, "
+                                "not <RegisterDescription>)",
+                                rootElement.c_str());
     GObjectPtr<ArvDevice> device(portDeviceNew(xml));
     ArvGc* genicam = portDeviceGenicam(device.get());
     if (!genicam)
         throw RUNTIME_EXCEPTION(
             "The XML is not a GenICam register description (no RegisterDescription element)");
     std::unique_ptr<NodeMap> map(new NodeMap(std::move(device), genicam, deviceName, true));
+    map->m_indexAttributes = std::move(indexAttributes);
     map->build(true);
     return map;
 }
@@ -125,6 +180,9 @@ std::unique_ptr<NodeMap> NodeMap::fromAravisDevice(ArvDevice* device)
         throw RUNTIME_EXCEPTION("The device has no GenICam description");
     std::unique_ptr<NodeMap> map(
         new NodeMap(GObjectPtr<ArvDevice>::ref(device), genicam, "Device", false));
+    size_t size = 0;
+    if (const char* xml = arv_device_get_genicam_xml(device, &size))
+        scanDescription(xml, size, map->m_indexAttributes, nullptr);
     map->build(false);
     return map;
 }
@@ -273,6 +331,13 @@ const std::vector<Node*>& NodeMap::categoriesOf(const Node* node) const
 {
     const auto it = m_categories.find(node);
     return it == m_categories.end() ? kNone : it->second;
+}
+
+const std::vector<std::string>& NodeMap::indexAttributes(const std::string& nodeName) const
+{
+    static const std::vector<std::string> none;
+    const auto it = m_indexAttributes.find(nodeName);
+    return it == m_indexAttributes.end() ? none : it->second;
 }
 
 const std::vector<Node*>& NodeMap::selectingOf(const Node* node) const

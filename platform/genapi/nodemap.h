@@ -54,6 +54,8 @@ public:
     const std::vector<Node*>& dependencies(const Node* node) const;
     const std::vector<Node*>& categoriesOf(const Node* node) const;
     const std::vector<Node*>& selectingOf(const Node* node) const;
+    // "Offset=4" / "pOffset=Name" of each <pIndex> of a node, in document order.
+    const std::vector<std::string>& indexAttributes(const std::string& nodeName) const;
     // Every node that depends on the port (for CPortImpl::InvalidateNode).
     void invalidatePort();
 
@@ -79,6 +81,7 @@ private:
     std::unordered_map<const Node*, std::vector<Node*>> m_categories;
     std::unordered_map<const Node*, std::vector<Node*>> m_selecting;
     std::vector<Node*> m_ports;
+    std::unordered_map<std::string, std::vector<std::string>> m_indexAttributes;
     struct Polled
     {
         Node* node;

@@ -224,9 +224,7 @@ void FloatNode::SetValue(double value, bool)
         if (value > maximum)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %.15g is above the maximum %.15g",
                                          m_name.c_str(), value, maximum);
-        const double increment = arv_gc_float_get_inc(node, &error);
-        if (error)
-            raise(error, "reading the increment");
+        const double increment = GetInc();
         if (increment > DBL_MIN) {
             const double steps = (value - minimum) / increment;
             if (std::fabs(steps - std::round(steps)) > 1e-6)
@@ -282,6 +280,13 @@ double FloatNode::GetInc()
     AutoLock lock(m_map->GetLock());
     GError* error = nullptr;
     const double value = arv_gc_float_get_inc(ARV_GC_FLOAT(m_arv), &error);
+    if (error && error->domain == arv_gc_error_quark() &&
+        (error->code == ARV_GC_ERROR_PROPERTY_NOT_DEFINED ||
+         error->code == ARV_GC_ERROR_NODE_NOT_FOUND)) {
+        // A register-backed float without <Inc>: it has no increment.
+        g_error_free(error);
+        return DBL_MIN;
+    }
     if (error)
         raise(error, "reading the increment");
     return value;
@@ -616,11 +621,13 @@ void EnumEntryNode::FromString(const gcstring&, bool)
 
 std::vector<EnumEntryNode*> EnumerationNode::entries() const
 {
+    // In document order (Aravis' own entry list runs backwards).
     std::vector<EnumEntryNode*> result;
-    for (const GSList* item = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(m_arv)); item;
-         item = item->next) {
-        if (auto* entry = dynamic_cast<EnumEntryNode*>(
-                m_map->nodeFor(static_cast<ArvGcNode*>(item->data))))
+    for (ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(m_arv)); child;
+         child = arv_dom_node_get_next_sibling(child)) {
+        if (!ARV_IS_GC_ENUM_ENTRY(child))
+            continue;
+        if (auto* entry = dynamic_cast<EnumEntryNode*>(m_map->nodeFor(ARV_GC_NODE(child))))
             result.push_back(entry);
     }
     return result;
