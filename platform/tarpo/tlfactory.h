@@ -40,6 +40,8 @@ public:
 private:
     CTlFactory();
     ~CTlFactory();
+    // Unloads every transport layer once the last user terminated.
+    friend void TarpoTerminate();
     struct Private;
     std::unique_ptr<Private> d;
 };
