@@ -9,6 +9,7 @@
 #include <arv.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 namespace Tarpo {
@@ -400,12 +401,41 @@ GrabResult CArvStreamGrabber::makeResult(BufferRecord& record, ArvBuffer* buffer
         result.m_sizeY = height;
         result.m_paddingX = paddingX;
         result.m_pixelType = static_cast<EPixelType>(arv_buffer_get_image_pixel_format(buffer));
+        checkComplete(result, record);
     } else if (result.m_status == Failed) {
         // Aravis reports no size for a failed frame; the expected payload is what was lost,
         // bounded by the buffer so that nobody reads past it.
         result.m_payloadSize = std::min<int64_t>(m_payloadSize, static_cast<int64_t>(record.size));
     }
     return result;
+}
+
+void CArvStreamGrabber::checkComplete(GrabResult& result, const BufferRecord& record) const
+{
+    // Aravis' GigE stream sizes a frame by the buffer it fills, so a frame larger than its
+    // buffer comes back "successful" with its end cut off. The frame's own geometry tells.
+    int64_t imageSize = m_payloadSize;
+    try {
+        imageSize = static_cast<int64_t>(ComputeBufferSize(
+            result.m_pixelType, static_cast<uint32_t>(std::max(result.m_sizeX, 0)),
+            static_cast<uint32_t>(std::max(result.m_sizeY, 0)),
+            static_cast<uint32_t>(std::max(result.m_paddingX, 0))));
+    } catch (const std::invalid_argument&) {
+        // A pixel format without a known size (compressed, vendor-specific): trust PayloadSize.
+    }
+    if (static_cast<int64_t>(record.size) < imageSize) {
+        result.m_status = Failed;
+        result.m_errorCode = GrabError_BufferTooSmall;
+        result.m_errorDescription = GenICam::formatMessage(
+            "The frame does not fit into the buffer: %zu bytes for an image of %lld bytes.",
+            record.size, static_cast<long long>(imageSize));
+    } else if (result.m_payloadSize < imageSize) {
+        result.m_status = Failed;
+        result.m_errorCode = GrabError_Truncated;
+        result.m_errorDescription = GenICam::formatMessage(
+            "The frame is truncated: %lld of %lld bytes arrived.",
+            static_cast<long long>(result.m_payloadSize), static_cast<long long>(imageSize));
+    }
 }
 
 } // namespace Tarpo

@@ -86,6 +86,8 @@ private:
     // Stream thread: moves every finished buffer of the output queue into m_results.
     void collectResults(ArvStream* stream);
     GrabResult makeResult(BufferRecord& record, ArvBuffer* buffer) const;
+    // Fails a "successful" frame whose image is larger than its buffer or than what arrived.
+    void checkComplete(GrabResult& result, const BufferRecord& record) const;
     BufferRecord& recordOf(StreamBufferHandle handle);
     int64_t devicePayloadSize() const;
 
