@@ -188,13 +188,19 @@ void EmuCamera::readRegister(int64_t address, void* buffer, int64_t length) cons
 void EmuCamera::writeRegister(EmuCameraClient* client, int64_t address, const void* buffer,
                               int64_t length)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     requirePresent();
     if (client != m_controller)
         throw ACCESS_EXCEPTION("The camera %s is opened for monitoring only: its features cannot "
                                "be written",
                                m_serialNumber.c_str());
-    perform(m_registers.write(address, buffer, length));
+    const EmuRegisterSpace::Action action = m_registers.write(address, buffer, length);
+    perform(action);
+    // A frame being delivered when acquisition stops still arrives; once the command returned,
+    // no frame does.
+    if (action == EmuRegisterSpace::Action::AcquisitionStop ||
+        action == EmuRegisterSpace::Action::Vanish)
+        m_idle.wait(lock, [this] { return !m_delivering; });
     // The writer's node map follows its own links; the other handles' maps learn of the change
     // here. Loading a user set and TLParamsLocked change more than the description's links say.
     const bool writerToo = address == EmuReg::UserSetLoad || address == EmuReg::TLParamsLocked;
@@ -456,17 +462,16 @@ void EmuCamera::produceFrame(std::unique_lock<std::mutex>& lock, EmuImageSynth& 
     const EmuFeatureState& s = m_registers.settings();
     const Clock::time_point now = Clock::now();
 
-    // Free-running frames keep their exact period while the thread keeps up, so their time
-    // stamps are exact multiples of it; a thread more than a period behind starts a new
-    // schedule now instead of rushing to catch up. A triggered frame starts at its trigger.
+    // Free-running frames start on a grid of the frame period, as a sensor's do: a thread that
+    // fell behind takes the latest slot that has begun (the missed ones produce nothing) and
+    // goes on at once, without rushing to catch up. A triggered frame starts at its trigger.
     Clock::time_point frameTime = now;
     if (s.triggerMode) {
         --m_pendingTriggers;
     } else if (!m_firstFrame) {
         const Clock::duration period = framePeriod();
         const Clock::time_point due = m_lastFrameTime + period;
-        if (now - due <= period)
-            frameTime = due;
+        frameTime = due + ((now - due) / period) * period;
     } else {
         frameTime = m_acquisitionStartTime;
     }

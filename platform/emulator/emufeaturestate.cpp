@@ -285,19 +285,16 @@ EmuImageParameters EmuFeatureState::imageParameters(int64_t sensorWidth, int64_t
 void EmuFeatureState::lightSourceFactors(EmuLightSource preset, double factors[3])
 {
     // The scene is lit by warm, tungsten-like light: the Tungsten2800K preset takes exactly its
-    // colour cast away, measured once on the scene without clipping. The daylight presets are
-    // small corrections around the 5500 K the camera's colours are tuned for, so the scene stays
-    // warm under them, as it would with a real camera.
+    // colour cast away, measured once on the scene's neutral grey card (a reflector without
+    // colour shows the light's colour). The daylight presets are small corrections around the
+    // 5500 K the camera's colours are tuned for, so the scene stays warm under them, as it would
+    // with a real camera.
     static const std::array<double, 3> tungsten = [] {
-        EmuImageParameters p;
-        p.width = uint32_t(kDefaultSensorWidth);
-        p.height = uint32_t(kDefaultSensorHeight);
-        p.sensorWidth = p.width;
-        p.sensorHeight = p.height;
-        p.pixelType = Tarpo::PixelType_RGB8packed;
-        p.exposureTimeUs = EmuScene::kReferenceExposureUs / 10.0;
-        const EmuScene::MeanSignal mean = EmuScene::meanSignal(p);
-        return std::array<double, 3>{mean.green / mean.red, 1.0, mean.green / mean.blue};
+        const EmuScene::Radiance card = EmuScene::radiance(
+            uint32_t(kDefaultSensorWidth * 48 / 100), uint32_t(kDefaultSensorHeight * 51 / 100),
+            uint32_t(kDefaultSensorWidth), uint32_t(kDefaultSensorHeight));
+        return std::array<double, 3>{double(card.green) / card.red, 1.0,
+                                     double(card.green) / card.blue};
     }();
     switch (preset) {
     case EmuLightSource::Daylight5000K:
