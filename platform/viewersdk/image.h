@@ -8,6 +8,7 @@
 // thread that made it, before it is handed on.
 
 #include <QImage>
+#include <QMetaType>
 
 #include <cstdint>
 #include <memory>
@@ -63,3 +64,5 @@ private:
 };
 
 } // namespace TarpoViewerSdk
+
+Q_DECLARE_METATYPE(TarpoViewerSdk::Image)
