@@ -109,6 +109,7 @@ void CArvDevice::Open(AccessModeSet mode)
     m_nodeMap = std::move(nodeMap);
     m_tlNodeMap = std::move(tlNodeMap);
     m_accessMode = mode;
+    m_channelCount = readChannelCount();
     if (monitor)
         makeReadOnly();
     completeInfo();
@@ -190,6 +191,7 @@ void CArvDevice::Close()
     leftovers->nodeMap = std::move(m_nodeMap);
     leftovers->device = std::move(m_device);
     m_accessMode = 0;
+    m_channelCount = 0;
     // Dropping the camera leaves control over GVCP and stops Aravis' heartbeat thread.
     CArvTeardown::run(
         [leftovers] {
@@ -224,11 +226,8 @@ GenApi::INodeMap* CArvDevice::GetTLNodeMap()
     return m_tlNodeMap ? m_tlNodeMap->nodeMap() : nullptr;
 }
 
-uint32_t CArvDevice::GetNumStreamGrabberChannels()
+uint32_t CArvDevice::readChannelCount() const
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_device)
-        return 0;
     if (!m_gigE)
         return 1;
     std::lock_guard<GenApi::CLock> mapLock(m_nodeMap->_GetNodeMap()->GetLock());
@@ -243,16 +242,21 @@ uint32_t CArvDevice::GetNumStreamGrabberChannels()
     return count > 0 ? static_cast<uint32_t>(count) : 1;
 }
 
+uint32_t CArvDevice::GetNumStreamGrabberChannels()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_device ? m_channelCount : 0;
+}
+
 IStreamGrabber* CArvDevice::GetStreamGrabber(uint32_t index)
 {
-    const uint32_t channels = GetNumStreamGrabberChannels();
     std::lock_guard<std::mutex> lock(m_mutex);
     const std::string fullName = m_info.GetFullName();
     if (!m_device)
         throw LOGICAL_ERROR_EXCEPTION("Camera '%s' is not open", fullName.c_str());
-    if (index >= channels)
+    if (index >= m_channelCount)
         throw OUT_OF_RANGE_EXCEPTION("Camera '%s' has %u stream channels; there is no channel %u",
-                                     fullName.c_str(), channels, index);
+                                     fullName.c_str(), m_channelCount, index);
     if (m_grabbers.size() <= index)
         m_grabbers.resize(index + 1);
     if (!m_grabbers[index]) {

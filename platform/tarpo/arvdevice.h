@@ -55,6 +55,7 @@ private:
     void completeInfo();
     // The device map refuses every write in monitor mode.
     void makeReadOnly();
+    uint32_t readChannelCount() const;
 
     CDeviceInfo m_info; // changed only by Open, on the owner's thread
     bool m_gigE;
@@ -66,6 +67,7 @@ private:
     GObjectPtr<ArvDevice> m_device;
     std::unique_ptr<GenApi::CNodeMapRef> m_nodeMap;
     std::unique_ptr<CArvTlNodeMap> m_tlNodeMap;
+    uint32_t m_channelCount = 0; // read at Open: later reads would block on a vanished camera
     std::vector<std::unique_ptr<CArvStreamGrabber>> m_grabbers; // by channel, created on demand
     unsigned long m_controlLostHandler = 0;
 };

@@ -136,6 +136,11 @@ void CArvStreamGrabber::closeWithin(int waitMs)
 {
     if (!m_stream)
         return;
+    {
+        // From here QueueBuffer refuses: nothing may enter the stream while it is emptied.
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_prepared = false;
+    }
     ArvStream* stream = m_stream.get();
     // After this returns no new-buffer handler runs any more (Aravis emits under the same lock).
     arv_stream_set_emit_signals(stream, FALSE);
