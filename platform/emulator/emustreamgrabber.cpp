@@ -318,23 +318,35 @@ bool EmuStreamGrabber::beginFrame(uint64_t frameId, Target* target)
 
 void EmuStreamGrabber::endFrame(const Tarpo::GrabResult& frame)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    BufferRecord* record = m_filling;
-    m_filling = nullptr;
-    if (!record)
-        return;
     Tarpo::GrabResult result = frame;
-    if (m_cancelFilling) {
-        result = Tarpo::GrabResult();
-        result.m_status = Tarpo::Canceled;
-    } else if (m_lost) {
-        result = lostResult();
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        BufferRecord* record = m_filling;
+        if (!record)
+            return;
+        if (m_cancelFilling) {
+            result = Tarpo::GrabResult();
+            result.m_status = Tarpo::Canceled;
+        } else if (m_lost) {
+            result = lostResult();
+        }
+        if (result.m_status == Tarpo::Grabbed)
+            ++m_completed;
+        else if (result.m_status == Tarpo::Failed)
+            ++m_failed;
+        record->state = BufferState::Finished;
+        result.m_handle = record;
+        result.m_context = record->context;
+        result.m_buffer = record->memory;
     }
-    if (result.m_status == Tarpo::Grabbed)
-        ++m_completed;
-    else if (result.m_status == Tarpo::Failed)
-        ++m_failed;
-    finish(*record, result);
+    // Pushed without m_mutex: the grab thread it wakes takes m_mutex at once to retrieve the
+    // result. The buffer counts as being filled until then, so CancelGrab returns only after
+    // its result is in the queue.
+    m_results.push(result);
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_filling = nullptr;
+    }
     m_filled.notify_all();
 }
 
