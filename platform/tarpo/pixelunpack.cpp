@@ -5,8 +5,9 @@
 
 // The hot kernels are built twice, for AVX2 and for plain x86-64, and the loader picks the one
 // the processor can run: the compiler vectorises the byte regrouping of packed samples only
-// with AVX2's byte shuffles.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+// with AVX2's byte shuffles. Not under ThreadSanitizer: the loader runs the picking code before
+// the sanitizer's runtime is up, and that crashes.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
 #define TARPO_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
 #else
 #define TARPO_VECTOR_CLONES
