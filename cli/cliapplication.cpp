@@ -3,6 +3,7 @@
 #include "addipcommand.h"
 #include "featurescommand.h"
 #include "getcommand.h"
+#include "grabcommand.h"
 #include "listcommand.h"
 #include "setcommand.h"
 #include "usageerror.h"
@@ -30,6 +31,7 @@ CliApplication::CliApplication()
     m_commands.push_back(std::make_unique<GetCommand>());
     m_commands.push_back(std::make_unique<SetCommand>());
     m_commands.push_back(std::make_unique<AddIpCommand>());
+    m_commands.push_back(std::make_unique<GrabCommand>());
 }
 
 CliCommand* CliApplication::command(const std::string& name) const

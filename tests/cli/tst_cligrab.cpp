@@ -1,0 +1,108 @@
+#include <QDir>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+// tarpo-cli grab against emulated cameras: exact frame and failure counts, saved files, and the
+// exit statuses of bad command lines and of a grab that times out.
+class tst_CliGrab : public QObject
+{
+    Q_OBJECT
+
+private:
+    struct Result
+    {
+        int exitCode;
+        QString out;
+        QString err;
+    };
+    Result run(const QStringList& args)
+    {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("TARPO_CAMEMU", "2");
+        process.setProcessEnvironment(env);
+        process.start(TARPO_CLI, args);
+        if (!process.waitForFinished(60000))
+            return {-1, QString(), "timed out"};
+        return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
+                QString::fromLocal8Bit(process.readAllStandardError())};
+    }
+
+private slots:
+    void countsFramesExactly_data()
+    {
+        QTest::addColumn<QStringList>("extra");
+        QTest::addColumn<QString>("lastLinePrefix");
+        QTest::newRow("clean") << QStringList{"-n", "12"} << "grabbed=12 failed=0 fps=";
+        // One frame in ten fails, counted from the moment the rate is set.
+        QTest::newRow("injected-failures")
+            << QStringList{"-n", "30", "--set", "DebugFailedBufferRate=100"}
+            << "grabbed=27 failed=3 fps=";
+    }
+
+    void countsFramesExactly()
+    {
+        QFETCH(QStringList, extra);
+        QFETCH(QString, lastLinePrefix);
+        const Result r = run(QStringList{"grab", "-d", "EMU0001", "--set", "Width=64", "--set",
+                                         "Height=48", "--set", "AcquisitionFrameRate=500"} + extra);
+        QCOMPARE(r.exitCode, 0);
+        const QString last = r.out.trimmed().split('\n').last();
+        QVERIFY2(last.startsWith(lastLinePrefix), qPrintable(last + " / " + r.err));
+    }
+
+    void savesNumberedImages()
+    {
+        QTemporaryDir dir;
+        const Result r = run({"grab", "-d", "EMU0002", "-n", "4", "--save", dir.path(), "--format",
+                              "png", "--pixel-format", "BayerRG8", "--set", "Width=64", "--set",
+                              "Height=32", "--set", "TestImageSelector=ColorBars"});
+        QCOMPARE(r.exitCode, 0);
+        const QStringList files = QDir(dir.path()).entryList({"*.png"}, QDir::Files, QDir::Name);
+        QCOMPARE(files, (QStringList{"frame_0001.png", "frame_0002.png", "frame_0003.png",
+                                     "frame_0004.png"}));
+        const QImage image(dir.filePath("frame_0001.png"));
+        QCOMPARE(image.size(), QSize(64, 32));
+        // The first colour bar of a 1920-pixel sensor is white.
+        QCOMPARE(image.pixelColor(10, 16), QColor(255, 255, 255));
+    }
+
+    void badCommandLines_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("no-count") << QStringList{"grab", "-d", "EMU0001"} << 2 << "-n COUNT is required";
+        QTest::newRow("zero-count") << QStringList{"grab", "-d", "EMU0001", "-n", "0"} << 2 << "at least 1";
+        QTest::newRow("bad-format") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--format", "gif"}
+                                    << 2 << "bmp, png or tiff";
+        QTest::newRow("bad-assignment") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Width"}
+                                        << 2 << "is not FEATURE=VALUE";
+        QTest::newRow("unknown-camera") << QStringList{"grab", "-d", "NoSuchCamera", "-n", "1"}
+                                        << 1 << "not found";
+        QTest::newRow("value-refused") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Width=7"}
+                                       << 1 << "below the minimum";
+        QTest::newRow("unknown-feature") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Bogus=1"}
+                                         << 1 << "Feature 'Bogus' not found";
+        QTest::newRow("timeout")
+            << QStringList{"grab", "-d", "EMU0001", "-n", "50", "--timeout-ms", "200", "--set",
+                           "AcquisitionFrameRateEnable=1", "--set", "AcquisitionFrameRate=10"}
+            << 1 << "frames arrived within 200 ms";
+    }
+
+    void badCommandLines()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, exitCode);
+        QFETCH(QString, message);
+        const Result r = run(args);
+        QCOMPARE(r.exitCode, exitCode);
+        QVERIFY2(r.err.contains(message), qPrintable(r.err));
+        QCOMPARE(r.err.trimmed().count('\n'), 0); // one line
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_CliGrab)
+#include "tst_cligrab.moc"
