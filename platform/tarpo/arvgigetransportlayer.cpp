@@ -42,33 +42,20 @@ CDeviceInfo CArvGigETransportLayer::infoOf(const GvcpDeviceIdentity& identity) c
     return info;
 }
 
+void CArvGigETransportLayer::addLocation(CDeviceInfo& info, ArvInterface* arvInterface,
+                                         unsigned index) const
+{
+    info.SetIpAddress(arv_interface_get_device_address(arvInterface, index))
+        .SetMacAddress(arv_interface_get_device_physical_id(arvInterface, index));
+}
+
 DeviceInfoList_t CArvGigETransportLayer::discover()
 {
     // Aravis' broadcast discovery names the cameras and their addresses.
-    std::vector<std::pair<std::string, CDeviceInfo>> discovered;
-    {
-        std::lock_guard<std::mutex> lock(CArvDevice::interfaceMutex());
-        ArvInterface* arvInterface = m_arvInterface();
-        arv_interface_update_device_list(arvInterface);
-        const unsigned count = arv_interface_get_n_devices(arvInterface);
-        for (unsigned i = 0; i < count; ++i) {
-            const gcstring model = arv_interface_get_device_model(arvInterface, i);
-            const gcstring serial = arv_interface_get_device_serial_nbr(arvInterface, i);
-            const gcstring address = arv_interface_get_device_address(arvInterface, i);
-            CDeviceInfo info = CreateDeviceInfo();
-            info.SetFullName(arv_interface_get_device_id(arvInterface, i))
-                .SetModelName(model)
-                .SetSerialNumber(serial)
-                .SetVendorName(arv_interface_get_device_vendor(arvInterface, i))
-                .SetIpAddress(address)
-                .SetMacAddress(arv_interface_get_device_physical_id(arvInterface, i))
-                .SetFriendlyName(CDeviceInfo::MakeFriendlyName(model, serial));
-            discovered.emplace_back(address, info);
-        }
-    }
+    const DeviceInfoList_t discovered = CArvTransportLayer<IGigETransportLayer>::discover();
     std::vector<std::string> addresses;
-    for (const auto& entry : discovered)
-        addresses.push_back(entry.first);
+    for (const CDeviceInfo& info : discovered)
+        addresses.push_back(info.GetIpAddress());
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         addresses.insert(addresses.end(), m_remote.begin(), m_remote.end());
@@ -88,9 +75,9 @@ DeviceInfoList_t CArvGigETransportLayer::discover()
         if (names.insert(info.GetFullName()).second)
             found.push_back(info);
     };
-    for (const auto& entry : discovered) {
-        const auto it = answered.find(entry.first);
-        add(it != answered.end() ? it->second : entry.second);
+    for (const CDeviceInfo& info : discovered) {
+        const auto it = answered.find(info.GetIpAddress());
+        add(it != answered.end() ? it->second : info);
     }
     for (const auto& entry : answered)
         add(entry.second);

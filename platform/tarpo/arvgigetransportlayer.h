@@ -27,6 +27,7 @@ public:
 
 protected:
     DeviceInfoList_t discover() override;
+    void addLocation(CDeviceInfo& info, ArvInterface* arvInterface, unsigned index) const override;
     CDeviceInfo resolve(const CDeviceInfo& request) override;
 
 private:

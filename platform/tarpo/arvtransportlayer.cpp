@@ -53,6 +53,7 @@ template <class Interface> DeviceInfoList_t CArvTransportLayer<Interface>::disco
             .SetSerialNumber(serial)
             .SetVendorName(arv_interface_get_device_vendor(arvInterface, i))
             .SetFriendlyName(CDeviceInfo::MakeFriendlyName(model, serial));
+        addLocation(info, arvInterface, i);
         found.push_back(info);
     }
     return found;

@@ -38,6 +38,8 @@ protected:
     // One discovery round: the cameras Aravis' interface finds now. Blocks for as long as the
     // interface needs (GigE: about a second).
     virtual DeviceInfoList_t discover();
+    // Adds what the interface knows of where camera `index` is (GigE: its IP and MAC address).
+    virtual void addLocation(CDeviceInfo&, ArvInterface*, unsigned /*index*/) const {}
     // The full info of the camera `request` names (FullName, SerialNumber or IpAddress), as a
     // new enumeration finds it; throws a RuntimeException when none matches.
     virtual CDeviceInfo resolve(const CDeviceInfo& request);
