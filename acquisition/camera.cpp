@@ -82,6 +82,7 @@ Camera::~Camera()
         m_stopFlag = true;
         wait();
     }
+    joined();
     // Buffers still held by images or a recording delete themselves when released.
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     const auto buffers = m_buffers;
@@ -414,6 +415,15 @@ void Camera::run()
             break;
     }
     m_stopFlag = false;
+    // The last thing this thread does: whoever waited for it reads this first (see joined()).
+    m_runsEnded.fetch_add(1, std::memory_order_release);
+}
+
+void Camera::joined() const
+{
+    // QThread::wait() synchronises inside Qt, where ThreadSanitizer cannot see it; reading what
+    // run() published last makes the hand-over explicit.
+    (void)m_runsEnded.load(std::memory_order_acquire);
 }
 
 void Camera::comeHome(TarpoViewerSdk::StreamBuffer* buffer)
@@ -486,8 +496,10 @@ void Camera::stopGrab()
         TarpoViewer::Information, m_displayName,
         QString("Continuous shot on \"%1\" has been stopped. (%2)")
             .arg(m_displayName, formatImageCount(m_imageCounter.load(), m_erroneousCounter.load())));
-    if (QThread::currentThread() != this)
+    if (QThread::currentThread() != this) {
         wait();
+        joined();
+    }
     m_fpsStatistic.reset();
     closeStreamGrabber();
     emit finishedGrab();

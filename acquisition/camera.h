@@ -126,6 +126,8 @@ protected:
     virtual void onPrepareGrab(uint32_t payloadSize, uint32_t bufferCount, int grabMode) = 0;
 
     void run() override;
+    // Call after the grab thread ended (QThread::wait() returned).
+    void joined() const;
 
     GenApi::INodeMap* deviceNodeMap() const;
     void setState(State state);
@@ -169,5 +171,6 @@ protected:
 private:
     std::set<TarpoViewerSdk::StreamBuffer*> m_buffers; // every buffer alive, for orphaning
     bool m_runFinished = true; // the grabber's FinishGrab ran for m_grabRun
+    std::atomic<int> m_runsEnded{0}; // grab loops that ended; orders their end before joined()
     int m_startLogId = -1;
 };

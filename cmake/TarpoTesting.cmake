@@ -19,7 +19,7 @@ function(tarpo_add_test)
     set_tests_properties(${T_NAME} PROPERTIES
         LABELS "${T_LABELS}"
         TIMEOUT ${T_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TARPO_TEST_DATA=${CMAKE_SOURCE_DIR}/tests/data")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;G_SLICE=always-malloc;TARPO_TEST_DATA=${CMAKE_SOURCE_DIR}/tests/data")
 endfunction()
 
 # tarpo_add_test_folder(LIBS libs... LABELS labels...)

@@ -37,12 +37,17 @@ struct Consumer
                          },
                          Qt::DirectConnection); // grab thread -> consumer, direct
     }
+    // Released outside our lock: a release may take the camera's lock, which the grab thread
+    // holds while it calls us.
     void releaseKept()
     {
-        std::lock_guard<std::mutex> lock(mutex);
-        for (StreamBuffer* buffer : kept)
+        std::vector<StreamBuffer*> released;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            released.swap(kept);
+        }
+        for (StreamBuffer* buffer : released)
             buffer->unlock();
-        kept.clear();
     }
 };
 
