@@ -29,6 +29,9 @@ constexpr double kIdleTemperatureC = 35.0;
 constexpr double kGrabbingTemperatureC = 45.0;
 constexpr double kTemperatureTimeConstantS = 120.0;
 
+// Waits shorter than this are spent yielding rather than sleeping.
+constexpr auto kShortestSleep = std::chrono::microseconds(50);
+
 // Timer slack of the frame thread: without it, a sleep until the next frame ends up to 50 us
 // late, which would distort fast frame rates.
 constexpr unsigned long kTimerSlackNs = 1000;
@@ -375,7 +378,18 @@ void EmuCamera::run()
                 produceFrame(lock, synth);
                 continue;
             }
-            m_wake.wait_until(lock, std::min(wakeAt, frameAt));
+            const Clock::time_point until = std::min(wakeAt, frameAt);
+            if (until - Clock::now() < kShortestSleep) {
+                // Sleeping costs more than the wait here (a futex and a timer per frame): at
+                // tens of thousands of frames per second the thread yields until the frame is
+                // due instead, without the mutex so that commands get through.
+                lock.unlock();
+                while (Clock::now() < until)
+                    std::this_thread::yield();
+                lock.lock();
+                continue;
+            }
+            m_wake.wait_until(lock, until);
         } catch (const std::exception& e) {
             // Nothing may leave the thread; the next round starts afresh.
             if (!lock.owns_lock())
