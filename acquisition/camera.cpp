@@ -5,6 +5,7 @@
 #include "mainwindow/logwindow.h"
 #include "qtbase/formatting.h"
 #include "qtbase/messages.h"
+#include "qtbase/sleepinhibitor.h"
 #include "tarpo/tarpodevice.h"
 #include "tarpo/threadpriority.h"
 #include "tarpo/tlfactory.h"
@@ -330,6 +331,9 @@ void Camera::run()
     Tarpo::GetRTThreadPriorityCapabilities(prioMin, prioMax);
     Tarpo::SetRTThreadPriority(Tarpo::GetCurrentThreadHandle(),
                                prioMax > prioMin ? prioMin + 1 : prioMin);
+    // The machine stays awake while frames come in.
+    TARPO_TRACE(kCategory, "Setting thread execution state");
+    SleepInhibitor awake(QString("Grabbing images from %1").arg(m_displayName));
 
     Tarpo::IStreamGrabber* grabber = nullptr;
     {
@@ -415,6 +419,7 @@ void Camera::run()
             break;
     }
     m_stopFlag = false;
+    TARPO_TRACE(kCategory, "Resetting thread execution state");
     // The last thing this thread does: whoever waited for it reads this first (see joined()).
     m_runsEnded.fetch_add(1, std::memory_order_release);
 }
