@@ -25,7 +25,9 @@ endfunction()
 # tarpo_add_test_folder(LIBS libs... LABELS labels...)
 # Registers every tst_<unit>.cpp of the calling folder as its own test. Files named tst_gige*.cpp
 # run in a private network namespace and are labelled "gige"; a file may add labels through a
-# first-line comment "// labels: slow gui".
+# first-line comment "// labels: slow gui". The label "netns" runs a test in a private network
+# namespace too: any test that may look for cameras on every transport layer needs it, so that
+# GigE discovery never reaches a real network.
 function(tarpo_add_test_folder)
     cmake_parse_arguments(F "" "" "LIBS;LABELS;EXTRA_SOURCES" ${ARGN})
     file(GLOB tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tst_*.cpp)
@@ -37,7 +39,7 @@ function(tarpo_add_test_folder)
             string(REPLACE " " ";" extra "${CMAKE_MATCH_1}")
             list(APPEND labels ${extra})
         endif()
-        if(name MATCHES "^tst_gige")
+        if(name MATCHES "^tst_gige" OR "netns" IN_LIST labels)
             tarpo_add_test(NAME ${name} SOURCES ${src} ${F_EXTRA_SOURCES} LIBS ${F_LIBS}
                            LABELS gige ${labels} NETNS)
         else()

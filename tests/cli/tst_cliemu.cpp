@@ -1,3 +1,4 @@
+// labels: netns
 // tarpo-cli on emulated cameras: `list` shows as many as TARPO_CAMEMU asks for, `get` and `set`
 // reach their features in each of the three node maps, and refusals come back as failures with
 // a message.

@@ -1,3 +1,4 @@
+// labels: netns
 #include <QDir>
 #include <QImage>
 #include <QProcess>
