@@ -4,6 +4,40 @@
 
 namespace GenApi {
 
+// --- DevFileStreamBufBase ----------------------------------------------------------------
+
+void DevFileStreamBufBase::detach()
+{
+    forget();
+}
+
+template <class OpenOn>
+bool DevFileStreamBufBase::openOnNodeMap(INodeMap* nodeMap, OpenOn&& openOn)
+{
+    auto adapter = std::make_unique<FileProtocolAdapter>();
+    if (!adapter->attach(nodeMap) || !openOn(adapter.get()))
+        return false;
+    m_ownAdapter = std::move(adapter);
+    return true;
+}
+
+void DevFileStreamBufBase::opened(FileProtocolAdapter* adapter, const char* fileName,
+                                  int64_t blockSize)
+{
+    m_adapter = adapter;
+    m_fileName = fileName;
+    m_fileOffset = 0;
+    m_buffer.assign(static_cast<size_t>(std::max<int64_t>(blockSize, 1)), '\0');
+}
+
+void DevFileStreamBufBase::forget()
+{
+    m_adapter = nullptr;
+    m_ownAdapter.reset();
+    setp(nullptr, nullptr);
+    setg(nullptr, nullptr, nullptr);
+}
+
 // --- ODevFileStreamBuf -------------------------------------------------------------------
 
 ODevFileStreamBuf::~ODevFileStreamBuf()
@@ -18,11 +52,7 @@ ODevFileStreamBuf* ODevFileStreamBuf::open(FileProtocolAdapter* adapter, const c
         return nullptr;
     if (!adapter->openFile(fileName, mode | std::ios_base::out))
         return nullptr;
-    const int64_t blockSize = adapter->getBufSize(fileName, mode);
-    m_adapter = adapter;
-    m_fileName = fileName;
-    m_fileOffset = 0;
-    m_buffer.assign(static_cast<size_t>(std::max<int64_t>(blockSize, 1)), '\0');
+    opened(adapter, fileName, adapter->getBufSize(fileName, mode));
     setp(m_buffer.data(), m_buffer.data() + m_buffer.size());
     return this;
 }
@@ -30,13 +60,9 @@ ODevFileStreamBuf* ODevFileStreamBuf::open(FileProtocolAdapter* adapter, const c
 ODevFileStreamBuf* ODevFileStreamBuf::open(INodeMap* nodeMap, const char* fileName,
                                            std::ios_base::openmode mode)
 {
-    auto adapter = std::make_unique<FileProtocolAdapter>();
-    if (!adapter->attach(nodeMap))
-        return nullptr;
-    if (!open(adapter.get(), fileName, mode))
-        return nullptr;
-    m_ownAdapter = std::move(adapter);
-    return this;
+    return openOnNodeMap(nodeMap, [&](FileProtocolAdapter* a) { return open(a, fileName, mode); })
+               ? this
+               : nullptr;
 }
 
 bool ODevFileStreamBuf::flushBuffer()
@@ -75,17 +101,8 @@ ODevFileStreamBuf* ODevFileStreamBuf::close()
         return nullptr;
     const bool flushed = flushBuffer();
     const bool closed = m_adapter->closeFile(m_fileName.c_str());
-    m_adapter = nullptr;
-    m_ownAdapter.reset();
-    setp(nullptr, nullptr);
+    forget();
     return flushed && closed ? this : nullptr;
-}
-
-void ODevFileStreamBuf::detach()
-{
-    m_adapter = nullptr;
-    m_ownAdapter.reset();
-    setp(nullptr, nullptr);
 }
 
 // --- IDevFileStreamBuf -------------------------------------------------------------------
@@ -102,12 +119,8 @@ IDevFileStreamBuf* IDevFileStreamBuf::open(FileProtocolAdapter* adapter, const c
         return nullptr;
     if (!adapter->openFile(fileName, mode | std::ios_base::in))
         return nullptr;
-    const int64_t blockSize = adapter->getBufSize(fileName, mode);
-    m_adapter = adapter;
-    m_fileName = fileName;
-    m_fileOffset = 0;
+    opened(adapter, fileName, adapter->getBufSize(fileName, mode));
     m_fileSize = adapter->getFileSize(fileName);
-    m_buffer.assign(static_cast<size_t>(std::max<int64_t>(blockSize, 1)), '\0');
     setg(m_buffer.data(), m_buffer.data(), m_buffer.data());
     return this;
 }
@@ -115,13 +128,9 @@ IDevFileStreamBuf* IDevFileStreamBuf::open(FileProtocolAdapter* adapter, const c
 IDevFileStreamBuf* IDevFileStreamBuf::open(INodeMap* nodeMap, const char* fileName,
                                            std::ios_base::openmode mode)
 {
-    auto adapter = std::make_unique<FileProtocolAdapter>();
-    if (!adapter->attach(nodeMap))
-        return nullptr;
-    if (!open(adapter.get(), fileName, mode))
-        return nullptr;
-    m_ownAdapter = std::move(adapter);
-    return this;
+    return openOnNodeMap(nodeMap, [&](FileProtocolAdapter* a) { return open(a, fileName, mode); })
+               ? this
+               : nullptr;
 }
 
 IDevFileStreamBuf::int_type IDevFileStreamBuf::underflow()
@@ -149,17 +158,8 @@ IDevFileStreamBuf* IDevFileStreamBuf::close()
     if (!m_adapter)
         return nullptr;
     const bool closed = m_adapter->closeFile(m_fileName.c_str());
-    m_adapter = nullptr;
-    m_ownAdapter.reset();
-    setg(nullptr, nullptr, nullptr);
+    forget();
     return closed ? this : nullptr;
-}
-
-void IDevFileStreamBuf::detach()
-{
-    m_adapter = nullptr;
-    m_ownAdapter.reset();
-    setg(nullptr, nullptr, nullptr);
 }
 
 } // namespace GenApi

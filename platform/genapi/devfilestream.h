@@ -13,9 +13,34 @@
 
 namespace GenApi {
 
+// What both device file buffers share: the adapter (their own one when opened on a node map),
+// the file, the block buffer and the position in the file.
+class DevFileStreamBufBase : public std::streambuf
+{
+public:
+    bool is_open() const { return m_adapter != nullptr; }
+    // Forgets the device without touching it (the device is going away).
+    void detach();
+
+protected:
+    // Opens with an adapter of its own on `nodeMap`; `openOn` opens on a given adapter.
+    template <class OpenOn>
+    bool openOnNodeMap(INodeMap* nodeMap, OpenOn&& openOn);
+    // Takes the opened file over; the buffer gets the device's block size.
+    void opened(FileProtocolAdapter* adapter, const char* fileName, int64_t blockSize);
+    // Forgets the file after it was closed on the device.
+    void forget();
+
+    std::unique_ptr<FileProtocolAdapter> m_ownAdapter;
+    FileProtocolAdapter* m_adapter = nullptr;
+    gcstring m_fileName;
+    std::vector<char> m_buffer;
+    std::streamoff m_fileOffset = 0;
+};
+
 // Writes a device file. Data is sent in blocks of the device's buffer size; close() sends the
 // rest and closes the file on the device.
-class ODevFileStreamBuf : public std::streambuf
+class ODevFileStreamBuf : public DevFileStreamBufBase
 {
 public:
     ODevFileStreamBuf() = default;
@@ -27,9 +52,6 @@ public:
                             std::ios_base::openmode mode = std::ios_base::out |
                                                            std::ios_base::trunc);
     ODevFileStreamBuf* close();
-    bool is_open() const { return m_adapter != nullptr; }
-    // Forgets the device without touching it (the device is going away).
-    void detach();
 
 protected:
     int_type overflow(int_type c) override;
@@ -37,16 +59,10 @@ protected:
 
 private:
     bool flushBuffer();
-
-    std::unique_ptr<FileProtocolAdapter> m_ownAdapter;
-    FileProtocolAdapter* m_adapter = nullptr;
-    gcstring m_fileName;
-    std::vector<char> m_buffer;
-    std::streamoff m_fileOffset = 0;
 };
 
 // Reads a device file in blocks of the device's buffer size.
-class IDevFileStreamBuf : public std::streambuf
+class IDevFileStreamBuf : public DevFileStreamBufBase
 {
 public:
     IDevFileStreamBuf() = default;
@@ -56,18 +72,11 @@ public:
     IDevFileStreamBuf* open(INodeMap* nodeMap, const char* fileName,
                             std::ios_base::openmode mode = std::ios_base::in);
     IDevFileStreamBuf* close();
-    bool is_open() const { return m_adapter != nullptr; }
-    void detach();
 
 protected:
     int_type underflow() override;
 
 private:
-    std::unique_ptr<FileProtocolAdapter> m_ownAdapter;
-    FileProtocolAdapter* m_adapter = nullptr;
-    gcstring m_fileName;
-    std::vector<char> m_buffer;
-    std::streamoff m_fileOffset = 0;
     int64_t m_fileSize = -1;
 };
 

@@ -57,12 +57,33 @@ bool FileProtocolAdapter::execute()
     return false;
 }
 
-bool FileProtocolAdapter::openFile(const char* fileName, std::ios_base::openmode mode)
+template <class R, class F>
+R FileProtocolAdapter::guarded(R failure, F&& f)
 {
     if (!m_nodeMap)
-        return false;
+        return failure;
     AutoLock lock(m_nodeMap->GetLock());
     try {
+        return f();
+    } catch (const GenICam::GenericException& e) {
+        m_lastError = e.GetDescription();
+        return failure;
+    }
+}
+
+bool FileProtocolAdapter::selectBlock(const char* fileName, const char* operation,
+                                      int64_t offset, int64_t length)
+{
+    if (!select(fileName, operation))
+        return false;
+    m_accessOffset->SetValue(offset);
+    m_accessLength->SetValue(length);
+    return true;
+}
+
+bool FileProtocolAdapter::openFile(const char* fileName, std::ios_base::openmode mode)
+{
+    return guarded(false, [&] {
         if (!select(fileName, "Open"))
             return false;
         if (m_openMode) {
@@ -71,43 +92,29 @@ bool FileProtocolAdapter::openFile(const char* fileName, std::ios_base::openmode
             m_openMode->FromString(in && out ? "ReadWrite" : out ? "Write" : "Read");
         }
         return execute();
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return false;
-    }
+    });
 }
 
 bool FileProtocolAdapter::closeFile(const char* fileName)
 {
-    if (!m_nodeMap)
-        return false;
-    AutoLock lock(m_nodeMap->GetLock());
-    try {
-        return select(fileName, "Close") && execute();
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return false;
-    }
+    return guarded(false, [&] { return select(fileName, "Close") && execute(); });
 }
 
 std::streamsize FileProtocolAdapter::write(const char* buffer, std::streamoff offset,
                                            std::streamsize length, const char* fileName)
 {
-    if (!m_nodeMap || length < 0)
+    if (length < 0)
         return -1;
-    AutoLock lock(m_nodeMap->GetLock());
-    try {
+    return guarded(std::streamsize(-1), [&]() -> std::streamsize {
         const int64_t blockSize = m_accessBuffer->GetLength();
         std::vector<uint8_t> block(static_cast<size_t>(blockSize));
         std::streamsize done = 0;
         while (done < length) {
             const int64_t chunk = std::min<int64_t>(blockSize, length - done);
-            if (!select(fileName, "Write"))
-                return done > 0 ? done : -1;
-            m_accessOffset->SetValue(offset + done);
-            m_accessLength->SetValue(chunk);
             std::fill(block.begin(), block.end(), 0);
             std::memcpy(block.data(), buffer + done, static_cast<size_t>(chunk));
+            if (!selectBlock(fileName, "Write", offset + done, chunk))
+                return done > 0 ? done : -1;
             m_accessBuffer->Set(block.data(), blockSize);
             if (!execute())
                 return done > 0 ? done : -1;
@@ -119,85 +126,56 @@ std::streamsize FileProtocolAdapter::write(const char* buffer, std::streamoff of
             done += written;
         }
         return done;
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return -1;
-    }
+    });
 }
 
 std::streamsize FileProtocolAdapter::read(char* buffer, std::streamoff offset,
                                           std::streamsize length, const char* fileName)
 {
-    if (!m_nodeMap || length < 0)
+    if (length < 0)
         return -1;
-    AutoLock lock(m_nodeMap->GetLock());
-    try {
+    return guarded(std::streamsize(-1), [&]() -> std::streamsize {
         const int64_t blockSize = m_accessBuffer->GetLength();
         std::vector<uint8_t> block(static_cast<size_t>(blockSize));
         std::streamsize done = 0;
         while (done < length) {
             const int64_t chunk = std::min<int64_t>(blockSize, length - done);
-            if (!select(fileName, "Read"))
-                return done > 0 ? done : -1;
-            m_accessOffset->SetValue(offset + done);
-            m_accessLength->SetValue(chunk);
-            if (!execute())
+            if (!selectBlock(fileName, "Read", offset + done, chunk) || !execute())
                 return done > 0 ? done : -1;
             const int64_t got = m_operationResult ? m_operationResult->GetValue() : chunk;
             if (got <= 0)
                 break; // end of file
             m_accessBuffer->Get(block.data(), blockSize);
-            std::memcpy(buffer + done, block.data(), static_cast<size_t>(std::min(got, chunk)));
-            done += std::min(got, chunk);
+            const int64_t used = std::min(got, chunk);
+            std::memcpy(buffer + done, block.data(), static_cast<size_t>(used));
+            done += used;
             if (got < chunk)
                 break;
         }
         return done;
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return -1;
-    }
+    });
 }
 
 int64_t FileProtocolAdapter::getBufSize(const char*, std::ios_base::openmode)
 {
-    if (!m_nodeMap)
-        return 0;
-    try {
-        return m_accessBuffer->GetLength();
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return 0;
-    }
+    return guarded(int64_t(0), [&] { return m_accessBuffer->GetLength(); });
 }
 
 int64_t FileProtocolAdapter::getFileSize(const char* fileName)
 {
-    if (!m_nodeMap || !m_fileSize)
+    if (!m_fileSize)
         return -1;
-    AutoLock lock(m_nodeMap->GetLock());
-    try {
+    return guarded(int64_t(-1), [&]() -> int64_t {
         if (!m_fileSelector->GetEntryByName(fileName))
             return -1;
         m_fileSelector->FromString(fileName);
         return IsReadable(m_fileSize) ? m_fileSize->GetValue() : -1;
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return -1;
-    }
+    });
 }
 
 bool FileProtocolAdapter::deleteFile(const char* fileName)
 {
-    if (!m_nodeMap)
-        return false;
-    AutoLock lock(m_nodeMap->GetLock());
-    try {
-        return select(fileName, "Delete") && execute();
-    } catch (const GenICam::GenericException& e) {
-        m_lastError = e.GetDescription();
-        return false;
-    }
+    return guarded(false, [&] { return select(fileName, "Delete") && execute(); });
 }
 
 } // namespace GenApi

@@ -38,7 +38,12 @@ public:
 
 private:
     bool select(const char* fileName, const char* operation);
+    // Selects the file and operation and the block (offset, length) it moves.
+    bool selectBlock(const char* fileName, const char* operation, int64_t offset, int64_t length);
     bool execute();
+    // Runs `f` under the node map's lock; a GenICam exception becomes lastError() and `failure`.
+    template <class R, class F>
+    R guarded(R failure, F&& f);
 
     INodeMap* m_nodeMap = nullptr;
     CEnumerationPtr m_fileSelector;

@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace GenApi {
@@ -96,6 +97,23 @@ protected:
     void requireWritable() const;
     // Throws the GenICam exception that matches an Aravis error (and frees it).
     void raise(GError* error, const char* operation) const;
+    // Calls an Aravis function that reports through a GError (`call(GError**)`), turning an
+    // error into the matching GenICam exception; returns what the function returns.
+    template <class F>
+    auto checked(const char* operation, F&& call) const
+    {
+        GError* error = nullptr;
+        if constexpr (std::is_void_v<decltype(call(&error))>) {
+            call(&error);
+            if (error)
+                raise(error, operation);
+        } else {
+            auto value = call(&error);
+            if (error)
+                raise(error, operation);
+            return value;
+        }
+    }
     // Runs a write: the lock, the write itself, then the callbacks of everything it changed.
     template <class F>
     void write(F&& doWrite);

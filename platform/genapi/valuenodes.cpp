@@ -64,8 +64,8 @@ bool parseMac(const std::string& text, int64_t* value)
 {
     unsigned bytes[6];
     char tail;
-    if (std::sscanf(text.c_str(), "%x:%x:%x:%x:%x:%x%c", &bytes[0], &bytes[1], &bytes[2],
-                    &bytes[3], &bytes[4], &bytes[5], &tail) != 6)
+    if (std::sscanf(text.c_str(), "%x:%x:%x:%x:%x:%x%c", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
+                    &bytes[4], &bytes[5], &tail) != 6)
         return false;
     int64_t result = 0;
     for (unsigned byte : bytes) {
@@ -85,33 +85,25 @@ void IntegerNode::SetValue(int64_t value, bool)
 {
     write([&] {
         requireWritable();
-        ArvGcInteger* integer = ARV_GC_INTEGER(m_arv);
-        GError* error = nullptr;
-        const int64_t minimum = arv_gc_integer_get_min(integer, &error);
-        if (error)
-            raise(error, "reading the minimum");
-        const int64_t maximum = arv_gc_integer_get_max(integer, &error);
-        if (error)
-            raise(error, "reading the maximum");
-        const int64_t increment = arv_gc_integer_get_inc(integer, &error);
-        if (error)
-            raise(error, "reading the increment");
+        const int64_t minimum = GetMin();
+        const int64_t maximum = GetMax();
+        const int64_t increment = GetInc();
         if (value < minimum)
-            throw OUT_OF_RANGE_EXCEPTION(
-                "Node '%s': value %" PRId64 " is below the minimum %" PRId64, m_name.c_str(),
-                value, minimum);
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %" PRId64
+                                         " is below the minimum %" PRId64,
+                                         m_name.c_str(), value, minimum);
         if (value > maximum)
-            throw OUT_OF_RANGE_EXCEPTION(
-                "Node '%s': value %" PRId64 " is above the maximum %" PRId64, m_name.c_str(),
-                value, maximum);
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %" PRId64
+                                         " is above the maximum %" PRId64,
+                                         m_name.c_str(), value, maximum);
         if (increment > 1 && (value - minimum) % increment != 0)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %" PRId64
                                          " is not a multiple of the increment %" PRId64
                                          " counted from the minimum %" PRId64,
                                          m_name.c_str(), value, increment, minimum);
-        arv_gc_integer_set_value(integer, value, &error);
-        if (error)
-            raise(error, "writing");
+        checked("writing", [&](GError** error) {
+            arv_gc_integer_set_value(ARV_GC_INTEGER(m_arv), value, error);
+        });
     });
 }
 
@@ -119,40 +111,33 @@ int64_t IntegerNode::GetValue(bool, bool)
 {
     AutoLock lock(m_map->GetLock());
     requireReadable();
-    GError* error = nullptr;
-    const int64_t value = arv_gc_integer_get_value(ARV_GC_INTEGER(m_arv), &error);
-    if (error)
-        raise(error, "reading");
-    return value;
+    return checked("reading", [&](GError** error) {
+        return arv_gc_integer_get_value(ARV_GC_INTEGER(m_arv), error);
+    });
 }
 
 int64_t IntegerNode::GetMin()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const int64_t value = arv_gc_integer_get_min(ARV_GC_INTEGER(m_arv), &error);
-    if (error)
-        raise(error, "reading the minimum");
-    return value;
+    return checked("reading the minimum", [&](GError** error) {
+        return arv_gc_integer_get_min(ARV_GC_INTEGER(m_arv), error);
+    });
 }
 
 int64_t IntegerNode::GetMax()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const int64_t value = arv_gc_integer_get_max(ARV_GC_INTEGER(m_arv), &error);
-    if (error)
-        raise(error, "reading the maximum");
-    return value;
+    return checked("reading the maximum", [&](GError** error) {
+        return arv_gc_integer_get_max(ARV_GC_INTEGER(m_arv), error);
+    });
 }
 
 int64_t IntegerNode::GetInc()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const int64_t value = arv_gc_integer_get_inc(ARV_GC_INTEGER(m_arv), &error);
-    if (error)
-        raise(error, "reading the increment");
+    const int64_t value = checked("reading the increment", [&](GError** error) {
+        return arv_gc_integer_get_inc(ARV_GC_INTEGER(m_arv), error);
+    });
     return value > 0 ? value : 1;
 }
 
@@ -182,10 +167,10 @@ gcstring IntegerNode::ToString(bool, bool)
                                       unsigned(value >> 16) & 0xFF, unsigned(value >> 8) & 0xFF,
                                       unsigned(value) & 0xFF);
     case MACAddress:
-        return GenICam::formatMessage(
-            "%02X:%02X:%02X:%02X:%02X:%02X", unsigned(value >> 40) & 0xFF,
-            unsigned(value >> 32) & 0xFF, unsigned(value >> 24) & 0xFF,
-            unsigned(value >> 16) & 0xFF, unsigned(value >> 8) & 0xFF, unsigned(value) & 0xFF);
+        return GenICam::formatMessage("%02X:%02X:%02X:%02X:%02X:%02X", unsigned(value >> 40) & 0xFF,
+                                      unsigned(value >> 32) & 0xFF, unsigned(value >> 24) & 0xFF,
+                                      unsigned(value >> 16) & 0xFF, unsigned(value >> 8) & 0xFF,
+                                      unsigned(value) & 0xFF);
     default:
         return GenICam::formatMessage("%" PRId64, value);
     }
@@ -211,13 +196,8 @@ void FloatNode::SetValue(double value, bool)
         if (!std::isfinite(value))
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': %g is not a finite number", m_name.c_str(),
                                          value);
-        GError* error = nullptr;
-        const double minimum = arv_gc_float_get_min(node, &error);
-        if (error)
-            raise(error, "reading the minimum");
-        const double maximum = arv_gc_float_get_max(node, &error);
-        if (error)
-            raise(error, "reading the maximum");
+        const double minimum = GetMin();
+        const double maximum = GetMax();
         if (value < minimum)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %.15g is below the minimum %.15g",
                                          m_name.c_str(), value, minimum);
@@ -232,9 +212,7 @@ void FloatNode::SetValue(double value, bool)
                                              "increment %.15g counted from the minimum %.15g",
                                              m_name.c_str(), value, increment, minimum);
         }
-        arv_gc_float_set_value(node, value, &error);
-        if (error)
-            raise(error, "writing");
+        checked("writing", [&](GError** error) { arv_gc_float_set_value(node, value, error); });
     });
 }
 
@@ -242,31 +220,25 @@ double FloatNode::GetValue(bool, bool)
 {
     AutoLock lock(m_map->GetLock());
     requireReadable();
-    GError* error = nullptr;
-    const double value = arv_gc_float_get_value(ARV_GC_FLOAT(m_arv), &error);
-    if (error)
-        raise(error, "reading");
-    return value;
+    return checked("reading", [&](GError** error) {
+        return arv_gc_float_get_value(ARV_GC_FLOAT(m_arv), error);
+    });
 }
 
 double FloatNode::GetMin()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const double value = arv_gc_float_get_min(ARV_GC_FLOAT(m_arv), &error);
-    if (error)
-        raise(error, "reading the minimum");
-    return value;
+    return checked("reading the minimum", [&](GError** error) {
+        return arv_gc_float_get_min(ARV_GC_FLOAT(m_arv), error);
+    });
 }
 
 double FloatNode::GetMax()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const double value = arv_gc_float_get_max(ARV_GC_FLOAT(m_arv), &error);
-    if (error)
-        raise(error, "reading the maximum");
-    return value;
+    return checked("reading the maximum", [&](GError** error) {
+        return arv_gc_float_get_max(ARV_GC_FLOAT(m_arv), error);
+    });
 }
 
 bool FloatNode::HasInc()
@@ -347,10 +319,9 @@ void BooleanNode::SetValue(bool value, bool)
 {
     write([&] {
         requireWritable();
-        GError* error = nullptr;
-        arv_gc_boolean_set_value(ARV_GC_BOOLEAN(m_arv), value, &error);
-        if (error)
-            raise(error, "writing");
+        checked("writing", [&](GError** error) {
+            arv_gc_boolean_set_value(ARV_GC_BOOLEAN(m_arv), value, error);
+        });
     });
 }
 
@@ -358,11 +329,9 @@ bool BooleanNode::GetValue(bool, bool) const
 {
     AutoLock lock(m_map->GetLock());
     requireReadable();
-    GError* error = nullptr;
-    const gboolean value = arv_gc_boolean_get_value(ARV_GC_BOOLEAN(m_arv), &error);
-    if (error)
-        raise(error, "reading");
-    return value;
+    return checked("reading", [&](GError** error) {
+        return arv_gc_boolean_get_value(ARV_GC_BOOLEAN(m_arv), error);
+    });
 }
 
 gcstring BooleanNode::ToString(bool, bool)
@@ -388,10 +357,8 @@ void CommandNode::Execute(bool)
 {
     write([&] {
         requireWritable();
-        GError* error = nullptr;
-        arv_gc_command_execute(ARV_GC_COMMAND(m_arv), &error);
-        if (error)
-            raise(error, "executing");
+        checked("executing",
+                [&](GError** error) { arv_gc_command_execute(ARV_GC_COMMAND(m_arv), error); });
     });
 }
 
@@ -435,17 +402,14 @@ void StringNode::SetValue(const gcstring& value, bool)
 {
     write([&] {
         requireWritable();
-        GError* error = nullptr;
-        const int64_t maxLength = arv_gc_string_get_max_length(ARV_GC_STRING(m_arv), &error);
-        if (error)
-            raise(error, "reading the maximum length");
+        const int64_t maxLength = GetMaxLength();
         if (maxLength > 0 && static_cast<int64_t>(value.size()) > maxLength)
             throw OUT_OF_RANGE_EXCEPTION(
                 "Node '%s': a text of %zu characters is longer than the maximum %" PRId64,
                 m_name.c_str(), value.size(), maxLength);
-        arv_gc_string_set_value(ARV_GC_STRING(m_arv), value.c_str(), &error);
-        if (error)
-            raise(error, "writing");
+        checked("writing", [&](GError** error) {
+            arv_gc_string_set_value(ARV_GC_STRING(m_arv), value.c_str(), error);
+        });
     });
 }
 
@@ -453,21 +417,17 @@ gcstring StringNode::GetValue(bool, bool)
 {
     AutoLock lock(m_map->GetLock());
     requireReadable();
-    GError* error = nullptr;
-    const char* value = arv_gc_string_get_value(ARV_GC_STRING(m_arv), &error);
-    if (error)
-        raise(error, "reading");
-    return gcstring(value);
+    return gcstring(checked("reading", [&](GError** error) {
+        return arv_gc_string_get_value(ARV_GC_STRING(m_arv), error);
+    }));
 }
 
 int64_t StringNode::GetMaxLength()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const int64_t value = arv_gc_string_get_max_length(ARV_GC_STRING(m_arv), &error);
-    if (error)
-        raise(error, "reading the maximum length");
-    return value;
+    return checked("reading the maximum length", [&](GError** error) {
+        return arv_gc_string_get_max_length(ARV_GC_STRING(m_arv), error);
+    });
 }
 
 gcstring StringNode::ToString(bool, bool)
@@ -482,66 +442,51 @@ void StringNode::FromString(const gcstring& valueString, bool verify)
 
 // --- Registers ---------------------------------------------------------------------------
 
-template <class Base>
-void WithRegister<Base>::Set(const uint8_t* buffer, int64_t length, bool)
+template <class Base> void WithRegister<Base>::Set(const uint8_t* buffer, int64_t length, bool)
 {
     this->write([&] {
         this->requireWritable();
-        GError* error = nullptr;
-        const int64_t registerLength =
-            static_cast<int64_t>(arv_gc_register_get_length(ARV_GC_REGISTER(this->m_arv), &error));
-        if (error)
-            this->raise(error, "reading the length");
+        const int64_t registerLength = GetLength();
         if (length != registerLength)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': %" PRId64
                                          " bytes do not match the register length %" PRId64,
                                          this->m_name.c_str(), length, registerLength);
-        arv_gc_register_set(ARV_GC_REGISTER(this->m_arv), buffer, static_cast<guint64>(length),
-                            &error);
-        if (error)
-            this->raise(error, "writing");
+        this->checked("writing", [&](GError** error) {
+            arv_gc_register_set(ARV_GC_REGISTER(this->m_arv), buffer, static_cast<guint64>(length),
+                                error);
+        });
     });
 }
 
-template <class Base>
-void WithRegister<Base>::Get(uint8_t* buffer, int64_t length, bool, bool)
+template <class Base> void WithRegister<Base>::Get(uint8_t* buffer, int64_t length, bool, bool)
 {
     AutoLock lock(this->m_map->GetLock());
     this->requireReadable();
-    GError* error = nullptr;
-    const int64_t registerLength =
-        static_cast<int64_t>(arv_gc_register_get_length(ARV_GC_REGISTER(this->m_arv), &error));
-    if (error)
-        this->raise(error, "reading the length");
+    const int64_t registerLength = GetLength();
     if (length != registerLength)
         throw OUT_OF_RANGE_EXCEPTION("Node '%s': %" PRId64
                                      " bytes do not match the register length %" PRId64,
                                      this->m_name.c_str(), length, registerLength);
-    arv_gc_register_get(ARV_GC_REGISTER(this->m_arv), buffer, static_cast<guint64>(length), &error);
-    if (error)
-        this->raise(error, "reading");
+    this->checked("reading", [&](GError** error) {
+        arv_gc_register_get(ARV_GC_REGISTER(this->m_arv), buffer, static_cast<guint64>(length),
+                            error);
+    });
 }
 
-template <class Base>
-int64_t WithRegister<Base>::GetLength()
+template <class Base> int64_t WithRegister<Base>::GetLength()
 {
     AutoLock lock(this->m_map->GetLock());
-    GError* error = nullptr;
-    const guint64 value = arv_gc_register_get_length(ARV_GC_REGISTER(this->m_arv), &error);
-    if (error)
-        this->raise(error, "reading the length");
-    return static_cast<int64_t>(value);
+    return static_cast<int64_t>(this->checked("reading the length", [&](GError** error) {
+        return arv_gc_register_get_length(ARV_GC_REGISTER(this->m_arv), error);
+    }));
 }
 
-template <class Base>
-int64_t WithRegister<Base>::GetAddress()
+template <class Base> int64_t WithRegister<Base>::GetAddress()
 {
     AutoLock lock(this->m_map->GetLock());
-    GError* error = nullptr;
-    const guint64 value = arv_gc_register_get_address(ARV_GC_REGISTER(this->m_arv), &error);
-    if (error)
-        this->raise(error, "reading the address");
-    return static_cast<int64_t>(value);
+    return static_cast<int64_t>(this->checked("reading the address", [&](GError** error) {
+        return arv_gc_register_get_address(ARV_GC_REGISTER(this->m_arv), error);
+    }));
 }
 
 template class WithRegister<Node>;
@@ -567,7 +512,8 @@ void RegisterNode::FromString(const gcstring& valueString, bool verify)
     if (hex.rfind("0x", 0) == 0 || hex.rfind("0X", 0) == 0)
         hex = hex.substr(2);
     const auto length = static_cast<size_t>(GetLength());
-    if (hex.size() != length * 2 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+    if (hex.size() != length * 2 ||
+        hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
         throw INVALID_ARGUMENT_EXCEPTION("Node '%s': '%s' is not %zu bytes in hexadecimal",
                                          m_name.c_str(), valueString.c_str(), length);
     std::vector<uint8_t> bytes(length);
@@ -587,11 +533,9 @@ EnumEntryNode::EnumEntryNode(NodeMap* map, ArvGcFeatureNode* arvNode, std::strin
 int64_t EnumEntryNode::GetValue()
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    const int64_t value = arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(m_arv), &error);
-    if (error)
-        raise(error, "reading the entry value");
-    return value;
+    return checked("reading the entry value", [&](GError** error) {
+        return arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(m_arv), error);
+    });
 }
 
 double EnumEntryNode::GetNumericValue()
@@ -675,11 +619,9 @@ int64_t EnumerationNode::GetIntValue(bool, bool)
 {
     AutoLock lock(m_map->GetLock());
     requireReadable();
-    GError* error = nullptr;
-    const int64_t value = arv_gc_enumeration_get_int_value(ARV_GC_ENUMERATION(m_arv), &error);
-    if (error)
-        raise(error, "reading");
-    return value;
+    return checked("reading", [&](GError** error) {
+        return arv_gc_enumeration_get_int_value(ARV_GC_ENUMERATION(m_arv), error);
+    });
 }
 
 IEnumEntry* EnumerationNode::GetCurrentEntry(bool, bool)
@@ -697,10 +639,9 @@ void EnumerationNode::setEntry(EnumEntryNode* entry)
             throw ACCESS_EXCEPTION("Node '%s': the entry '%s' is %s", m_name.c_str(),
                                    entry->GetSymbolic().c_str(),
                                    entryMode == NI ? "not implemented" : "not available");
-        GError* error = nullptr;
-        arv_gc_enumeration_set_int_value(ARV_GC_ENUMERATION(m_arv), entry->GetValue(), &error);
-        if (error)
-            raise(error, "writing");
+        checked("writing", [&](GError** error) {
+            arv_gc_enumeration_set_int_value(ARV_GC_ENUMERATION(m_arv), entry->GetValue(), error);
+        });
     });
 }
 
@@ -734,8 +675,8 @@ gcstring EnumerationNode::ToString(bool, bool)
     const int64_t value = GetIntValue();
     IEnumEntry* entry = GetEntry(value);
     if (!entry)
-        throw RUNTIME_EXCEPTION("Node '%s': the value %" PRId64 " matches no entry",
-                                m_name.c_str(), value);
+        throw RUNTIME_EXCEPTION("Node '%s': the value %" PRId64 " matches no entry", m_name.c_str(),
+                                value);
     return entry->GetSymbolic();
 }
 
@@ -768,21 +709,19 @@ void CategoryNode::FromString(const gcstring&, bool)
 void PortNode::Read(void* buffer, int64_t address, int64_t length)
 {
     AutoLock lock(m_map->GetLock());
-    GError* error = nullptr;
-    arv_gc_port_read(ARV_GC_PORT(m_arv), buffer, static_cast<guint64>(address),
-                     static_cast<guint64>(length), &error);
-    if (error)
-        raise(error, "reading the port");
+    checked("reading the port", [&](GError** error) {
+        arv_gc_port_read(ARV_GC_PORT(m_arv), buffer, static_cast<guint64>(address),
+                         static_cast<guint64>(length), error);
+    });
 }
 
 void PortNode::Write(const void* buffer, int64_t address, int64_t length)
 {
     write([&] {
-        GError* error = nullptr;
-        arv_gc_port_write(ARV_GC_PORT(m_arv), const_cast<void*>(buffer),
-                          static_cast<guint64>(address), static_cast<guint64>(length), &error);
-        if (error)
-            raise(error, "writing the port");
+        checked("writing the port", [&](GError** error) {
+            arv_gc_port_write(ARV_GC_PORT(m_arv), const_cast<void*>(buffer),
+                              static_cast<guint64>(address), static_cast<guint64>(length), error);
+        });
     });
 }
 
