@@ -1,3 +1,4 @@
+// labels: sanitize
 #include "tarpo/gvcpdiscovery.h"
 
 #include <QtTest>

@@ -1,3 +1,4 @@
+// labels: sanitize
 #include "tarpo/portnodemap.h"
 
 #include "genapi/pointer.h"

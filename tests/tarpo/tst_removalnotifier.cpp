@@ -1,3 +1,4 @@
+// labels: sanitize
 #include "tarpo/removalnotifier.h"
 
 #include <QtTest>

@@ -1,3 +1,4 @@
+// labels: sanitize
 #include "tarpo/arvtransportlayer.h"
 #include "tarpo/tlfactory.h"
 
