@@ -4,6 +4,7 @@
 #include <QtTest>
 
 #include <cstring>
+#include <vector>
 
 using namespace Tarpo;
 
@@ -13,27 +14,31 @@ namespace {
 QByteArray ack(const char* serial, const char* userName, uint16_t status = 0,
                uint16_t command = 0x0003)
 {
-    QByteArray datagram(8 + 0xF8, '\0');
-    auto* bytes = reinterpret_cast<unsigned char*>(datagram.data());
+    std::vector<unsigned char> bytes(8 + 0xF8, 0);
+    const auto put = [&bytes](size_t offset, const void* data, size_t size) {
+        std::memcpy(bytes.data() + 8 + offset, data, size);
+    };
+    const auto text = [&put](size_t offset, const char* value) {
+        put(offset, value, std::strlen(value));
+    };
     bytes[0] = uint8_t(status >> 8);
     bytes[1] = uint8_t(status);
     bytes[2] = uint8_t(command >> 8);
     bytes[3] = uint8_t(command);
     bytes[5] = 0xF8;
-    unsigned char* data = bytes + 8;
     const unsigned char mac[6] = {0x00, 0x30, 0x53, 0x0a, 0xbc, 0xde};
-    std::memcpy(data + 0x0A, mac, 6);
+    put(0x0A, mac, sizeof mac);
     const unsigned char ip[4] = {192, 168, 7, 21};
-    std::memcpy(data + 0x24, ip, 4);
+    put(0x24, ip, sizeof ip);
     const unsigned char mask[4] = {255, 255, 255, 0};
-    std::memcpy(data + 0x34, mask, 4);
-    std::strcpy(reinterpret_cast<char*>(data + 0x48), "Morvex");
+    put(0x34, mask, sizeof mask);
+    text(0x48, "Morvex");
     // 32 characters without a terminating zero: the field is full.
-    std::memcpy(data + 0x68, "M-1234567890123456789012345678XY", 32);
-    std::strcpy(reinterpret_cast<char*>(data + 0x88), "1.2.3");
-    std::strcpy(reinterpret_cast<char*>(data + 0xD8), serial);
-    std::strcpy(reinterpret_cast<char*>(data + 0xE8), userName);
-    return datagram;
+    text(0x68, "M-1234567890123456789012345678XY");
+    text(0x88, "1.2.3");
+    text(0xD8, serial);
+    text(0xE8, userName);
+    return QByteArray(reinterpret_cast<const char*>(bytes.data()), int(bytes.size()));
 }
 
 } // namespace
