@@ -6,9 +6,11 @@ using namespace GenApi;
 
 std::string FeatureText::kind(INode* node)
 {
-    const std::string name = EInterfaceTypeClass::ToString(node->GetPrincipalInterfaceType());
+    std::string name = EInterfaceTypeClass::ToString(node->GetPrincipalInterfaceType());
     // "IInteger" -> "Integer"
-    return name.size() > 1 && name[0] == 'I' ? name.substr(1) : name;
+    if (name.size() > 1 && name.compare(0, 1, "I") == 0)
+        name.erase(0, 1);
+    return name;
 }
 
 std::string FeatureText::access(INode* node)
