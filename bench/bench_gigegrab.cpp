@@ -89,7 +89,7 @@ double grabWithAravisTool(int seconds)
         return -1;
     const QString output = QString::fromUtf8(tool.readAll());
     const auto match = QRegularExpression("n_completed_buffers\\s*=\\s*(\\d+)").match(output);
-    return match.hasMatch() ? match.captured(1).toDouble() / seconds : -1;
+    return match.hasMatch() ? match.captured(1).toLongLong() / double(seconds) : -1;
 }
 
 } // namespace
