@@ -36,8 +36,11 @@ int main(int argc, char* argv[])
     window.setWindowTitle("Tarpo Viewer 64-Bit");
     auto* label = new QLabel(&window);
     label->setMargin(16);
-    label->setText("<h2>Tarpo Viewer</h2><p>Built so far: GenICam node maps, the camera layer and "
-                   "the camera emulator. The live view, feature tree and recording follow.</p>"
+    label->setWordWrap(true);
+    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    label->setText("<h2>Tarpo Viewer</h2><p>Built so far: GenICam node maps, the camera layer, the "
+                   "camera emulator and the acquisition pipeline (try <tt>tarpo-cli grab</tt>). "
+                   "The main window with live view, feature tree and recording follows.</p>"
                    "<h3>Cameras</h3><ul><li>" +
                    cameras.join("</li><li>") +
                    "</li></ul>");
