@@ -50,19 +50,17 @@ QString shownText(const PixelValue& value)
 
 StatusBar::StatusBar(QWidget* parent) : QStatusBar(parent)
 {
-    // Left what is displayed, right what the camera delivers. Each field keeps the width of
-    // the widest text a camera commonly produces, whatever it shows: the bar never jumps as
-    // values change, and a long value never forces the (MDI) window wider; the pixel value
-    // takes the room left over, for its raw samples.
+    // Left what is displayed, right what the camera delivers. Each field is at least as wide
+    // as the widest text a camera commonly produces, so the bar does not jump as values change;
+    // these widths, not the texts, are the bar's minimum, so a long value never forces the
+    // (MDI) window wider. The pixel value takes the room left over, for its raw samples.
     m_imageSizeLabel = addLabel(tr("Image size"), " 8888 x 8888 ", 0);
     m_zoomLabel = addLabel(tr("Zoom"), " 16.67% ", 0);
     m_pixelPositionLabel = addLabel(tr("Pixel position"), " 8888, 8888 ", 0);
     m_pixelValueLabel = addLabel(QString(), " 888, 888, 888 ", 1);
     m_frameRateLabel = addLabel(tr("Frame rate"), " 888 fps ", -1);
     m_dataRateLabel = addLabel(tr("Data rate"), " 888 MB/s ", -1);
-    // The counter grows for failed images rather than cut them off.
     m_imageCounterLabel = addLabel(tr("Images received (failed)"), QString(), -1);
-    m_imageCounterLabel->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     m_imageCounterLabel->setMinimumWidth(
         m_imageCounterLabel->fontMetrics().horizontalAdvance(formatImageCount(88888888)));
 }
@@ -77,8 +75,6 @@ QLabel* StatusBar::addLabel(const QString& toolTip, const QString& widestText, i
     label->setText(QStringLiteral("8"));
     label->setMinimumHeight(label->sizeHint().height());
     label->clear();
-    // The width is ours, not the text's.
-    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     if (!widestText.isEmpty())
         label->setMinimumWidth(label->fontMetrics().horizontalAdvance(widestText) +
                                2 * label->frameWidth());

@@ -146,6 +146,18 @@ private slots:
         QVERIFY2(toolTip.contains(toolTipRow), qPrintable(toolTip));
         // A long value never makes the bar, and so the window, wider.
         QCOMPARE(bar.minimumSizeHint().width(), minimumWidth);
+        // Laid out in a narrow window, every field keeps its width beside the others.
+        bar.resize(bar.minimumSizeHint().width(), 30);
+        bar.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&bar));
+        int right = 0;
+        for (QLabel* field : {bar.imageSizeLabel(), bar.zoomLabel(), bar.pixelPositionLabel(),
+                              bar.pixelValueLabel(), bar.frameRateLabel(), bar.dataRateLabel(),
+                              bar.imageCounterLabel()}) {
+            QVERIFY2(field->x() >= right && field->width() >= field->minimumWidth(),
+                     qPrintable(QString("%1 at %2").arg(field->text()).arg(field->x())));
+            right = field->geometry().right();
+        }
         // The mouse leaves: position and value go.
         info.pixelValid = false;
         info.pixelChanged = true;
