@@ -7,7 +7,7 @@
 #include "acquisition/decoupler.h"
 #include "acquisition/stdfeaturelistcamera.h"
 #include "genapi/genapi.h"
-#include "tarpo/imageformatconverter.h"
+#include "display/tiffimagewriter.h"
 #include "tarpo/tlfactory.h"
 #include "viewersdk/streambuffer.h"
 
@@ -101,8 +101,8 @@ void writeFeature(GenApi::INodeMap* map, const std::string& name, const std::str
     node->FromString(value);
 }
 
-// Saves frames one by one on the main thread: 8-bit images as the viewer shows them, and for a
-// TIFF of deeper data the raw bit depth (16-bit grey, or 16-bit RGB for colour).
+// Saves frames one by one on the main thread, converted as the viewer shows them; a TIFF of
+// deeper data keeps the camera's bit depth (16-bit grey, or 16-bit RGB for colour).
 class FrameSaver
 {
 public:
@@ -114,42 +114,11 @@ public:
                                  .filePath(QString("frame_%1.%2")
                                                .arg(index, 4, 10, QChar('0'))
                                                .arg(QString::fromStdString(m_format)));
-        const Tarpo::EPixelType type = buffer->pixelType();
-        QImage image;
-        if (m_format == "tiff" && Tarpo::BitDepth(type) > 8) {
-            const bool mono = Tarpo::IsMono(type);
-            m_rawConverter.setOutputPixelFormat(mono ? Tarpo::PixelType_Mono16 : Tarpo::PixelType_RGB16packed);
-            m_rawConverter.setOutputBitAlignment(Tarpo::OutputBitAlignment_MsbAligned);
-            m_rawConverter.setOutputPaddingX(0);
-            image = QImage(buffer->width(), buffer->height(),
-                           mono ? QImage::Format_Grayscale16 : QImage::Format_RGBX64);
-            if (mono) {
-                m_rawConverter.Convert(image.bits(), static_cast<size_t>(image.sizeInBytes()),
-                                       buffer->data(), buffer->size(), type,
-                                       static_cast<uint32_t>(buffer->width()),
-                                       static_cast<uint32_t>(buffer->height()),
-                                       static_cast<uint32_t>(buffer->paddingX()));
-            } else {
-                std::vector<uint16_t> rgb(static_cast<size_t>(buffer->width()) * buffer->height() * 3);
-                m_rawConverter.Convert(rgb.data(), rgb.size() * 2, buffer->data(), buffer->size(),
-                                       type, static_cast<uint32_t>(buffer->width()),
-                                       static_cast<uint32_t>(buffer->height()),
-                                       static_cast<uint32_t>(buffer->paddingX()));
-                for (int y = 0; y < buffer->height(); ++y) {
-                    auto* line = reinterpret_cast<uint16_t*>(image.scanLine(y));
-                    for (int x = 0; x < buffer->width(); ++x) {
-                        const uint16_t* p = &rgb[(static_cast<size_t>(y) * buffer->width() + x) * 3];
-                        line[4 * x] = p[0];
-                        line[4 * x + 1] = p[1];
-                        line[4 * x + 2] = p[2];
-                        line[4 * x + 3] = 0xFFFF;
-                    }
-                }
-            }
-        } else {
-            image = m_converter.convert(buffer).qimage().copy();
-        }
-        if (image.isNull() || !image.save(file, m_format == "tiff" ? "TIFF" : nullptr))
+        const TarpoViewerSdk::Image image = m_converter.convert(buffer);
+        const bool written = image.isValid() && (m_format == "tiff"
+                                                     ? TiffImageWriter::write(file, image)
+                                                     : image.qimage().save(file));
+        if (!written)
             throw RUNTIME_EXCEPTION("Could not write '%s'", file.toLocal8Bit().constData());
     }
 
@@ -157,7 +126,6 @@ private:
     std::string m_folder;
     std::string m_format;
     Converter m_converter;
-    Tarpo::CImageFormatConverter m_rawConverter;
 };
 
 } // namespace

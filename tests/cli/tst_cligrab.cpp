@@ -70,6 +70,21 @@ private slots:
         QCOMPARE(image.pixelColor(10, 16), QColor(255, 255, 255));
     }
 
+    void deepTiffKeepsItsBitDepth()
+    {
+        QTemporaryDir dir;
+        const Result r = run({"grab", "-d", "EMU0001", "-n", "1", "--save", dir.path(), "--format",
+                              "tiff", "--pixel-format", "Mono12p", "--set", "Width=64", "--set",
+                              "Height=32"});
+        QCOMPARE(r.exitCode, 0);
+        QProcess tiffinfo;
+        tiffinfo.start("tiffinfo", {dir.filePath("frame_0001.tiff")});
+        QVERIFY(tiffinfo.waitForFinished(10000));
+        const QString info = QString::fromLocal8Bit(tiffinfo.readAllStandardOutput());
+        QVERIFY2(info.contains("Bits/Sample: 16"), qPrintable(info));
+        QVERIFY2(info.contains("Image Width: 64 Image Length: 32"), qPrintable(info));
+    }
+
     void badCommandLines_data()
     {
         QTest::addColumn<QStringList>("args");
