@@ -4,7 +4,7 @@
 //      the camera must keep >= 95 % of the pure-grab rate, the converter run <= 50 times/s,
 //      and no frame may fail;
 // and the grab thread's own CPU time per frame (retrieve, lock, counters, hand-over).
-// Run from a Release build.
+// Arguments: seconds per run (4), paced frame rate (1000). Run from a Release build.
 
 #include "acquisition/converter.h"
 #include "acquisition/decoupler.h"
@@ -130,16 +130,17 @@ int main(int argc, char** argv)
         return 1;
     }
     const int seconds = argc > 1 ? std::atoi(argv[1]) : 4;
+    const int pacedFps = argc > 2 ? std::atoi(argv[2]) : 1000;
     // Free-running, the emulator and the grab thread compete with the display path for the
     // same cores; paced, the emulator leaves room and the figure shows whether the pipeline
     // keeps up with the camera.
-    for (int pacedFps : {0, 1000}) {
-        const Run pure = measure(devices[0], false, seconds, pacedFps);
-        const Run shown = measure(devices[0], true, seconds, pacedFps);
-        if (pacedFps == 0)
+    for (int paced : {0, pacedFps}) {
+        const Run pure = measure(devices[0], false, seconds, paced);
+        const Run shown = measure(devices[0], true, seconds, paced);
+        if (paced == 0)
             std::printf("1920x1200 BayerRG8, emulator free-running, %d s each\n", seconds);
         else
-            std::printf("1920x1200 BayerRG8, emulator paced at %d fps, %d s each\n", pacedFps,
+            std::printf("1920x1200 BayerRG8, emulator paced at %d fps, %d s each\n", paced,
                         seconds);
         std::printf("  pure grab:            %8.1f frames/s (reference)\n", pure.cameraFps);
         std::printf("  with display path:    %8.1f frames/s  ratio %.3f (>= 0.95 required)\n",
