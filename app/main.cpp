@@ -5,21 +5,20 @@
 #include "trace/trace.h"
 
 #include <QApplication>
+#include <QFutureWatcher>
 #include <QLabel>
 #include <QMainWindow>
 #include <QStringList>
+#include <QtConcurrent>
 
-int main(int argc, char* argv[])
+namespace {
+
+// Runs on a worker thread: GigE discovery takes about a second.
+QStringList findCameras()
 {
-    QCoreApplication::setApplicationName("Tarpo Viewer");
-    QCoreApplication::setOrganizationName("Morvex");
-    TarpoViewer::Trace::initialize();
-    Tarpo::TarpoAutoInitTerm autoInitTerm;
-    QApplication app(argc, argv);
-
     QStringList cameras;
-    Tarpo::DeviceInfoList_t devices;
     try {
+        Tarpo::DeviceInfoList_t devices;
         Tarpo::CTlFactory::GetInstance().EnumerateDevices(devices);
         for (const Tarpo::CDeviceInfo& info : devices)
             cameras << QString("%1 — %2")
@@ -31,6 +30,27 @@ int main(int argc, char* argv[])
     }
     if (cameras.isEmpty())
         cameras << "No camera found.";
+    return cameras;
+}
+
+QString pageText(const QString& cameras)
+{
+    return "<h2>Tarpo Viewer</h2><p>Built so far: GenICam node maps, the camera layer, the "
+           "camera emulator, the acquisition pipeline and the image display (try "
+           "<tt>tarpo-cli grab</tt>). The main window with feature tree and recording follows.</p>"
+           "<h3>Cameras</h3>" +
+           cameras;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication::setApplicationName("Tarpo Viewer");
+    QCoreApplication::setOrganizationName("Morvex");
+    TarpoViewer::Trace::initialize();
+    Tarpo::TarpoAutoInitTerm autoInitTerm;
+    QApplication app(argc, argv);
 
     QMainWindow window;
     window.setWindowTitle("Tarpo Viewer 64-Bit");
@@ -38,14 +58,18 @@ int main(int argc, char* argv[])
     label->setMargin(16);
     label->setWordWrap(true);
     label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    label->setText("<h2>Tarpo Viewer</h2><p>Built so far: GenICam node maps, the camera layer, the "
-                   "camera emulator and the acquisition pipeline (try <tt>tarpo-cli grab</tt>). "
-                   "The main window with live view, feature tree and recording follows.</p>"
-                   "<h3>Cameras</h3><ul><li>" +
-                   cameras.join("</li><li>") +
-                   "</li></ul>");
+    label->setText(pageText("<p><i>Looking for cameras…</i></p>"));
     window.setCentralWidget(label);
     window.resize(640, 360);
     window.show();
-    return app.exec() == 0 ? 0 : 1;
+
+    QFutureWatcher<QStringList> search;
+    // worker thread -> GUI thread, queued by the watcher
+    QObject::connect(&search, &QFutureWatcher<QStringList>::finished, label, [&search, label] {
+        label->setText(pageText("<ul><li>" + search.result().join("</li><li>") + "</li></ul>"));
+    });
+    search.setFuture(QtConcurrent::run(findCameras));
+    const int result = app.exec();
+    search.waitForFinished();
+    return result == 0 ? 0 : 1;
 }
