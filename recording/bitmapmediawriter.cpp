@@ -1,0 +1,6 @@
+#include "recording/bitmapmediawriter.h"
+
+CBitmapMediaWriter::CBitmapMediaWriter()
+    : CStillImageMediaWriter(Tarpo::ImageFileFormat_Bmp, ".bmp")
+{
+}

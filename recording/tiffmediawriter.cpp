@@ -1,0 +1,5 @@
+#include "recording/tiffmediawriter.h"
+
+CTiffMediaWriter::CTiffMediaWriter() : CStillImageMediaWriter(Tarpo::ImageFileFormat_Tiff, ".tiff")
+{
+}
