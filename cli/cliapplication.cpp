@@ -5,6 +5,7 @@
 #include "getcommand.h"
 #include "grabcommand.h"
 #include "listcommand.h"
+#include "recordcommand.h"
 #include "setcommand.h"
 #include "usageerror.h"
 
@@ -32,6 +33,7 @@ CliApplication::CliApplication()
     m_commands.push_back(std::make_unique<SetCommand>());
     m_commands.push_back(std::make_unique<AddIpCommand>());
     m_commands.push_back(std::make_unique<GrabCommand>());
+    m_commands.push_back(std::make_unique<RecordCommand>());
 }
 
 CliCommand* CliApplication::command(const std::string& name) const
