@@ -3,9 +3,10 @@
 // state=Stopped", its files read back with ffprobe and tiffinfo, limits end the recording by
 // themselves, and refusals come back with their message and exit status.
 
+#include "../tarpo/mediaprobes.h"
+
 #include <QDir>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -44,23 +45,14 @@ Run record(const QStringList& args)
     return run;
 }
 
+// ffprobe's codec, size and frame count as "codec,width,height,frames", and what it complained of.
 QString probeVideo(const QString& file)
 {
-    QProcess process;
-    process.start("ffprobe",
-                  {"-v", "error", "-select_streams", "v:0", "-count_frames", "-show_entries",
-                   "stream=codec_name,width,height,nb_read_frames", "-of", "csv=p=0", file});
-    process.waitForFinished(60000);
-    return QString::fromUtf8(process.readAllStandardOutput()).trimmed() +
-           QString::fromUtf8(process.readAllStandardError()).trimmed();
-}
-
-QString tiffinfo(const QString& file)
-{
-    QProcess process;
-    process.start("tiffinfo", {file});
-    process.waitForFinished(30000);
-    return QString::fromUtf8(process.readAllStandardOutput());
+    const QMap<QString, QString> probe = MediaProbes::ffprobe(file);
+    return QStringList{probe["codec_name"], probe["width"], probe["height"],
+                       probe["nb_read_frames"]}
+               .join(',') +
+           probe.value("errors");
 }
 
 } // namespace
@@ -125,7 +117,7 @@ private slots:
             QCOMPARE(files.size(), recorded);
             QVERIFY2(files.first().endsWith("_0001." + pattern.mid(2)), qPrintable(files.first()));
             if (!check.isEmpty())
-                QVERIFY(tiffinfo(dir.filePath(files.first())).contains(check));
+                QVERIFY(MediaProbes::tiffinfo(dir.filePath(files.first())).contains(check));
         }
     }
 
