@@ -1,6 +1,6 @@
 #include "grabcommand.h"
 
-#include "devicesession.h"
+#include "camerasession.h"
 #include "usageerror.h"
 
 #include "acquisition/converter.h"
@@ -92,15 +92,6 @@ GrabOptions parse(const std::vector<std::string>& args)
     return options;
 }
 
-void writeFeature(GenApi::INodeMap* map, const std::string& name, const std::string& value,
-                  const std::string& camera)
-{
-    GenApi::CValuePtr node = map ? map->GetNode(name) : nullptr;
-    if (!node || GenApi::CCategoryPtr(node))
-        throw RUNTIME_EXCEPTION("Feature '%s' not found on camera '%s'", name.c_str(), camera.c_str());
-    node->FromString(value);
-}
-
 // Saves frames one by one on the main thread, converted as the viewer shows them; a TIFF of
 // deeper data keeps the camera's bit depth (16-bit grey, or 16-bit RGB for colour).
 class FrameSaver
@@ -136,27 +127,12 @@ int GrabCommand::run(const std::vector<std::string>& args, std::ostream& out)
     if (!options.saveFolder.empty() && !QDir().mkpath(QString::fromStdString(options.saveFolder)))
         throw RUNTIME_EXCEPTION("Cannot create the folder '%s'", options.saveFolder.c_str());
 
-    const Tarpo::CDeviceInfo info = DeviceSession::find(options.device);
-    StdFeatureListCamera camera(&info, nullptr, 256u << 20, false);
-    camera.attachTarpoDevice(Tarpo::CTlFactory::GetInstance().CreateDevice(info));
-    struct Detach
-    {
-        Camera& camera;
-        ~Detach()
-        {
-            camera.shutDown();
-            camera.detachTarpoDevice();
-        }
-    } detach{camera};
-    camera.open();
-    if (camera.state() < Camera::Open)
-        throw RUNTIME_EXCEPTION("Camera '%s' could not be opened", options.device.c_str());
-    GenApi::INodeMap* map = camera.device()->GetNodeMap();
+    CameraSession session(options.device);
+    StdFeatureListCamera& camera = session.camera();
     const std::string name = camera.displayName().toStdString();
     if (!options.pixelFormat.empty())
-        writeFeature(map, "PixelFormat", options.pixelFormat, name);
-    for (const auto& assignment : options.assignments)
-        writeFeature(map, assignment.first, assignment.second, name);
+        session.writeFeature("PixelFormat", options.pixelFormat);
+    session.writeFeatures(options.assignments);
 
     // The display path, as in the viewer: grab thread -> decoupler -> converter.
     Decoupler decoupler(nullptr, "Decoupler_cli");

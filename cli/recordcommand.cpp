@@ -1,6 +1,6 @@
 #include "recordcommand.h"
 
-#include "devicesession.h"
+#include "camerasession.h"
 #include "usageerror.h"
 
 #include "acquisition/stdfeaturelistcamera.h"
@@ -155,16 +155,6 @@ RecordOptions parse(const std::vector<std::string>& args)
     return options;
 }
 
-void writeFeature(GenApi::INodeMap* map, const std::string& name, const std::string& value,
-                  const std::string& camera)
-{
-    GenApi::CValuePtr node = map ? map->GetNode(name) : nullptr;
-    if (!node || GenApi::CCategoryPtr(node))
-        throw RUNTIME_EXCEPTION("Feature '%s' not found on camera '%s'", name.c_str(),
-                                camera.c_str());
-    node->FromString(value);
-}
-
 // The camera's frame rate now, as the viewer takes it for an automatic playback rate.
 double currentFrameRate(GenApi::INodeMap* map)
 {
@@ -193,25 +183,12 @@ int RecordCommand::run(const std::vector<std::string>& args, std::ostream& out)
     RecordOptions options = parse(args);
     CRecordingOptions& recordingOptions = options.recording;
 
-    const Tarpo::CDeviceInfo info = DeviceSession::find(options.device);
-    StdFeatureListCamera camera(&info, nullptr, 256u << 20, false);
-    camera.attachTarpoDevice(Tarpo::CTlFactory::GetInstance().CreateDevice(info));
-    struct Detach
-    {
-        Camera& camera;
-        ~Detach()
-        {
-            camera.shutDown();
-            camera.detachTarpoDevice();
-        }
-    } detach{camera};
-    camera.open();
-    if (camera.state() < Camera::Open)
-        throw RUNTIME_EXCEPTION("Camera '%s' could not be opened", options.device.c_str());
+    CameraSession session(options.device);
+    StdFeatureListCamera& camera = session.camera();
+    const Tarpo::CDeviceInfo& info = camera.deviceInfo();
     GenApi::INodeMap* map = camera.device()->GetNodeMap();
     const std::string name = camera.displayName().toStdString();
-    for (const auto& assignment : options.assignments)
-        writeFeature(map, assignment.first, assignment.second, name);
+    session.writeFeatures(options.assignments);
 
     std::atomic<bool> removed{false};
     const Tarpo::DeviceCallbackHandle removal = camera.device()->RegisterRemovalCallback(
