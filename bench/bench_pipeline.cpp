@@ -3,7 +3,9 @@
 //   2. the display path (grab thread -> decoupler -> converter) with the throttle at 50 fps:
 //      the camera must keep >= 95 % of the pure-grab rate, the converter run <= 50 times/s,
 //      and no frame may fail;
-// and the grab thread's own CPU time per frame (retrieve, lock, counters, hand-over).
+// the same paced at a fixed frame rate; the grab thread's own CPU time per frame (retrieve,
+// lock, counters, hand-over); and 64 x 64 Mono8 through the display path, where every frame
+// the emulator sent must be counted, with no gap in the frame ids.
 // Arguments: seconds per run (4), paced frame rate (1000). Run from a Release build.
 
 #include "acquisition/converter.h"
@@ -15,21 +17,43 @@
 #include "viewersdk/streambuffer.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
 
 #include <atomic>
 #include <cstdio>
-#include <ctime>
+#include <vector>
 
 namespace {
 
-double threadCpuSeconds()
+// The CPU time a thread of this process has spent, in nanoseconds, found by its name; the
+// kernel keeps it (schedstat), so reading it costs the measured thread nothing per frame.
+uint64_t threadCpuNs(const char* namePrefix)
 {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return ts.tv_sec + ts.tv_nsec / 1e9;
+    QDir tasks("/proc/self/task");
+    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(tid + "/comm"));
+        if (!comm.open(QIODevice::ReadOnly) || !comm.readAll().startsWith(namePrefix))
+            continue;
+        QFile stat(tasks.filePath(tid + "/schedstat"));
+        if (stat.open(QIODevice::ReadOnly))
+            return stat.readAll().split(' ').value(0).toULongLong();
+    }
+    return 0;
 }
+
+struct Setup
+{
+    int width = 1920;
+    int height = 1200;
+    const char* pixelFormat = "BayerRG8";
+    int pacedFps = 0; // 0: as fast as the emulator goes
+    bool display = false;
+    bool recordFrameIds = false;
+    int seconds = 4;
+};
 
 struct Run
 {
@@ -37,50 +61,49 @@ struct Run
     double converterPerSecond = 0;
     uint32_t failed = 0;
     double grabCpuUsPerFrame = 0;
+    uint64_t framesCounted = 0;
+    uint64_t framesSent = 0;   // what the emulator's stream delivered in the same time
+    uint64_t frameIdGaps = 0;  // frames missing between consecutive ids the camera saw
 };
 
-// `pacedFps` 0 lets the emulator run as fast as it can; otherwise it delivers at that rate.
-Run measure(const Tarpo::CDeviceInfo& info, bool display, int seconds, int pacedFps)
+Run measure(const Tarpo::CDeviceInfo& info, const Setup& setup)
 {
     StdFeatureListCamera camera(&info, nullptr, 512u << 20, false);
     camera.attachTarpoDevice(Tarpo::CTlFactory::GetInstance().CreateDevice(info));
     camera.open();
     GenApi::INodeMap* map = camera.device()->GetNodeMap();
-    auto set = [map](const char* name, const char* value) {
-        GenApi::CValuePtr(map->GetNode(name))->FromString(value);
+    auto set = [map](const char* name, const QByteArray& value) {
+        GenApi::CValuePtr(map->GetNode(name))->FromString(value.constData());
     };
-    set("Width", "1920");
-    set("Height", "1200");
-    set("PixelFormat", "BayerRG8");
+    set("Width", QByteArray::number(setup.width));
+    set("Height", QByteArray::number(setup.height));
+    set("PixelFormat", setup.pixelFormat);
     set("TestImageSelector", "MovingStripes");
     GenApi::CFloatPtr exposure = map->GetNode("ExposureTime");
     exposure->SetValue(exposure->GetMin()); // as fast as the emulator goes
-    set("AcquisitionFrameRateEnable", pacedFps > 0 ? "1" : "0");
-    if (pacedFps > 0)
-        GenApi::CFloatPtr(map->GetNode("AcquisitionFrameRate"))->SetValue(pacedFps);
+    set("AcquisitionFrameRateEnable", setup.pacedFps > 0 ? "1" : "0");
+    if (setup.pacedFps > 0)
+        GenApi::CFloatPtr(map->GetNode("AcquisitionFrameRate"))->SetValue(setup.pacedFps);
 
     Decoupler decoupler(nullptr, "Decoupler_bench");
     Converter converter;
     HiResTimer throttle;
     std::atomic<int> conversions{0};
-    std::atomic<int> handedOn{0};
-    std::atomic<double> grabCpu{0};
-    double lastCpu = -1;
-    if (display) {
-        decoupler.enableThrottle(true);
-        // grab thread -> decoupler, direct: one lock and one wake-up per frame
-        QObject::connect(&camera, &Camera::bufferAvailable, &decoupler, &Decoupler::setBuffer,
-                         Qt::DirectConnection);
-        // grab thread -> CPU meter, direct: the grab thread's CPU time between hand-overs
+    // Frame ids seen by the grab thread, written by it alone until the grab has stopped.
+    std::vector<uint64_t> frameIds;
+    if (setup.recordFrameIds) {
+        frameIds.reserve(size_t(2'000'000));
         QObject::connect(&camera, &Camera::bufferAvailable, &camera,
-                         [&](TarpoViewerSdk::StreamBuffer*) {
-                             const double now = threadCpuSeconds();
-                             if (lastCpu >= 0)
-                                 grabCpu = grabCpu + (now - lastCpu);
-                             lastCpu = now;
-                             ++handedOn;
+                         [&frameIds](TarpoViewerSdk::StreamBuffer* buffer) {
+                             if (frameIds.size() < frameIds.capacity())
+                                 frameIds.push_back(buffer->frameNumber());
                          },
-                         Qt::DirectConnection);
+                         Qt::DirectConnection); // grab thread -> id list, direct
+    }
+    if (setup.display) {
+        decoupler.enableThrottle(true);
+        QObject::connect(&camera, &Camera::bufferAvailable, &decoupler, &Decoupler::setBuffer,
+                         Qt::DirectConnection); // grab thread -> decoupler, direct
         QObject::connect(&decoupler, &Decoupler::bufferAvailable, &converter, &Converter::setBuffer,
                          Qt::DirectConnection); // decoupler thread -> converter, direct
         QObject::connect(&converter, &Converter::imageAvailable, &converter,
@@ -90,25 +113,35 @@ Run measure(const Tarpo::CDeviceInfo& info, bool display, int seconds, int paced
                          &Decoupler::throttleTimerTick, Qt::DirectConnection); // timer thread -> decoupler, direct
         throttle.start(20);
     } else {
-        camera.setPureGrab(true);
+        camera.setPureGrab(!setup.recordFrameIds);
     }
+    GenApi::INodeMap* stream = camera.streamGrabber()->GetNodeMap();
+    GenApi::CIntegerPtr sent = stream->GetNode("StatisticTotalBufferCount");
+
     camera.startContinuousShot();
     QThread::msleep(500); // warm-up: buffers queued, caches filled
+    const QByteArray grabThread = "Grab_" + QByteArray::fromStdString(info.GetSerialNumber());
     const uint32_t startFrames = camera.totalCounter();
     const int startConversions = conversions.load();
+    const uint64_t startCpu = threadCpuNs(grabThread.constData());
     QElapsedTimer clock;
     clock.start();
-    QThread::sleep(static_cast<unsigned long>(seconds));
+    QThread::sleep(static_cast<unsigned long>(setup.seconds));
     const double elapsed = clock.elapsed() / 1000.0;
+    const uint32_t frames = camera.totalCounter() - startFrames;
+    const uint64_t cpu = threadCpuNs(grabThread.constData()) - startCpu;
     Run run;
-    run.cameraFps = (camera.totalCounter() - startFrames) / elapsed;
+    run.cameraFps = frames / elapsed;
     run.converterPerSecond = (conversions.load() - startConversions) / elapsed;
-    run.failed = camera.erroneousTotal();
+    run.grabCpuUsPerFrame = frames ? cpu / 1e3 / frames : 0;
     throttle.stop();
     camera.stopGrab();
     decoupler.shutDown();
-    if (handedOn.load() > 1)
-        run.grabCpuUsPerFrame = grabCpu.load() * 1e6 / (handedOn.load() - 1);
+    run.failed = camera.erroneousTotal();
+    run.framesCounted = camera.totalCounter();
+    run.framesSent = uint64_t(sent->GetValue());
+    for (size_t i = 1; i < frameIds.size(); ++i)
+        run.frameIdGaps += frameIds[i] - frameIds[i - 1] - 1;
     camera.shutDown();
     camera.detachTarpoDevice();
     return run;
@@ -135,8 +168,12 @@ int main(int argc, char** argv)
     // same cores; paced, the emulator leaves room and the figure shows whether the pipeline
     // keeps up with the camera.
     for (int paced : {0, pacedFps}) {
-        const Run pure = measure(devices[0], false, seconds, paced);
-        const Run shown = measure(devices[0], true, seconds, paced);
+        Setup setup;
+        setup.seconds = seconds;
+        setup.pacedFps = paced;
+        const Run pure = measure(devices[0], setup);
+        setup.display = true;
+        const Run shown = measure(devices[0], setup);
         if (paced == 0)
             std::printf("1920x1200 BayerRG8, emulator free-running, %d s each\n", seconds);
         else
@@ -149,9 +186,27 @@ int main(int argc, char** argv)
                     shown.converterPerSecond);
         std::printf("  failed frames:        %u pure, %u with display (0 required)\n",
                     pure.failed, shown.failed);
-        std::printf("  grab thread CPU:      %8.2f us per frame (retrieve, lock, counters, "
-                    "hand-over)\n",
-                    shown.grabCpuUsPerFrame);
+        std::printf("  grab thread CPU:      %8.2f us per frame pure, %.2f with display\n",
+                    pure.grabCpuUsPerFrame, shown.grabCpuUsPerFrame);
     }
+
+    // Small frames as fast as the emulator goes, through the display path: every frame the
+    // emulator sent is counted, and the ids the grab thread saw follow each other.
+    Setup small;
+    small.width = 64;
+    small.height = 64;
+    small.pixelFormat = "Mono8";
+    small.seconds = seconds;
+    small.display = true;
+    small.recordFrameIds = true;
+    const Run tiny = measure(devices[0], small);
+    std::printf("64x64 Mono8, emulator free-running, display path, %d s\n", seconds);
+    std::printf("  camera:               %8.1f frames/s\n", tiny.cameraFps);
+    std::printf("  counted / sent:       %llu / %llu (equal required)\n",
+                static_cast<unsigned long long>(tiny.framesCounted),
+                static_cast<unsigned long long>(tiny.framesSent));
+    std::printf("  frame id gaps:        %llu (0 required)\n",
+                static_cast<unsigned long long>(tiny.frameIdGaps));
+    std::printf("  grab thread CPU:      %8.2f us per frame\n", tiny.grabCpuUsPerFrame);
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "viewersdk/streambuffer.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace TarpoViewerSdk {
@@ -21,6 +22,10 @@ StreamBuffer::StreamBuffer(uint32_t payloadSize, Tarpo::EPixelType pixelType, in
     if (!memory)
         throw std::bad_alloc();
     m_data.reset(static_cast<uint8_t*>(memory));
+    // Every page is touched here, while the grab is being prepared: otherwise the first frame
+    // written into each buffer pays its page faults on the thread that fills it (the camera's
+    // stream thread), which then falls behind the camera for the whole first round of buffers.
+    std::memset(m_data.get(), 0, allocated);
 }
 
 StreamBuffer::~StreamBuffer() = default;
