@@ -3,6 +3,7 @@
 #include "display/recordingstatusbar.h"
 #include "display/renderwidget.h"
 #include "display/tiffimagewriter.h"
+#include "qtbase/eventhandover.h"
 #include "qtbase/messages.h"
 #include "trace/trace.h"
 
@@ -167,19 +168,25 @@ void ImageWindow::setImage(const TarpoViewerSdk::Image& image)
     }
     if (dimensionChanged) {
         emit imageDimensionChanged();
-        // The status record belongs to the GUI thread: it takes the new size from there.
-        QMetaObject::invokeMethod(this, &ImageWindow::updateStatusBar, Qt::QueuedConnection);
+        // The status record belongs to the GUI thread: it takes the new size from there. The
+        // slot is invoked by name so that Qt builds the call event itself, not on this thread
+        // from a functor the GUI thread would then read.
+        QMetaObject::invokeMethod(this, "updateStatusBar", Qt::QueuedConnection);
     }
     if (recording)
         emit recordingStatusRequest();
     // converter's thread -> GUI thread: one posted event stands for every image that arrives
     // until the GUI thread handles it.
-    if (postEvent)
-        QCoreApplication::postEvent(this, new QEvent(kUpdateImageEvent));
+    if (postEvent) {
+        auto* event = new QEvent(kUpdateImageEvent);
+        TarpoQtBase::handOverEvent(this);
+        QCoreApplication::postEvent(this, event);
+    }
 }
 
 void ImageWindow::customEvent(QEvent* event)
 {
+    TarpoQtBase::takeOverEvent(this);
     if (event->type() != kUpdateImageEvent) {
         QFrame::customEvent(event);
         return;
