@@ -3,7 +3,6 @@
 #include "emulator/emucamera.h"
 #include "genapi/genicamexception.h"
 
-#include <algorithm>
 
 namespace Emulator {
 
@@ -170,15 +169,7 @@ void EmuStreamGrabber::FinishGrab()
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        const auto busy = std::count_if(m_records.begin(), m_records.end(), [](const auto& entry) {
-            return entry.second->state != BufferState::Idle;
-        });
-        if (busy != 0)
-            throw LOGICAL_ERROR_EXCEPTION(
-                "FinishGrab: %d buffers have not come back yet; cancel the grab and retrieve "
-                "their results first",
-                static_cast<int>(busy));
-        m_records.clear();
+        m_records.finishGrab();
         const bool wasPrepared = m_prepared;
         m_prepared = false;
         if (!wasPrepared || !m_controlling)
@@ -189,56 +180,20 @@ void EmuStreamGrabber::FinishGrab()
 
 Tarpo::StreamBufferHandle EmuStreamGrabber::RegisterBuffer(void* buffer, size_t bufferSize)
 {
-    if (!buffer || bufferSize == 0)
-        throw INVALID_ARGUMENT_EXCEPTION("RegisterBuffer: the buffer is empty");
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_prepared)
-        throw LOGICAL_ERROR_EXCEPTION("RegisterBuffer: PrepareGrab has not been called");
-    if (int64_t(bufferSize) > m_maxBufferSize)
-        throw INVALID_ARGUMENT_EXCEPTION(
-            "RegisterBuffer: a buffer of %zu bytes exceeds MaxBufferSize (%lld bytes)", bufferSize,
-            static_cast<long long>(m_maxBufferSize));
-    if (int64_t(m_records.size()) >= m_maxNumBuffer)
-        throw LOGICAL_ERROR_EXCEPTION("RegisterBuffer: MaxNumBuffer (%lld) buffers are registered",
-                                      static_cast<long long>(m_maxNumBuffer));
-    auto record = std::make_unique<BufferRecord>();
-    record->memory = buffer;
-    record->size = bufferSize;
-    const Tarpo::StreamBufferHandle handle = record.get();
-    m_records.emplace(handle, std::move(record));
-    return handle;
-}
-
-EmuStreamGrabber::BufferRecord& EmuStreamGrabber::recordOf(Tarpo::StreamBufferHandle handle)
-{
-    const auto it = m_records.find(handle);
-    if (it == m_records.end())
-        throw INVALID_ARGUMENT_EXCEPTION("The buffer handle %p is not registered", handle);
-    return *it->second;
+    return m_records.add(buffer, bufferSize, m_prepared, m_maxBufferSize, m_maxNumBuffer).handle();
 }
 
 void* EmuStreamGrabber::DeregisterBuffer(Tarpo::StreamBufferHandle handle)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    BufferRecord& record = recordOf(handle);
-    if (record.state != BufferState::Idle)
-        throw LOGICAL_ERROR_EXCEPTION("DeregisterBuffer: the buffer %p has not come back yet",
-                                      handle);
-    void* memory = record.memory;
-    m_records.erase(handle);
-    return memory;
+    return m_records.remove(handle);
 }
 
 void EmuStreamGrabber::QueueBuffer(Tarpo::StreamBufferHandle handle, const void* context)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    BufferRecord& record = recordOf(handle);
-    if (record.state != BufferState::Idle)
-        throw LOGICAL_ERROR_EXCEPTION("QueueBuffer: the buffer %p is already queued", handle);
-    if (!m_prepared)
-        throw LOGICAL_ERROR_EXCEPTION("QueueBuffer: the grab of camera '%s' is not prepared",
-                                      m_camera.serialNumber().c_str());
-    record.context = context;
+    BufferRecord& record = m_records.toQueue(handle, m_prepared, m_camera.serialNumber(), context);
     if (m_lost) {
         // The camera is gone: the buffer comes back at once, so that no caller waits for it.
         ++m_failed;
@@ -252,11 +207,8 @@ void EmuStreamGrabber::QueueBuffer(Tarpo::StreamBufferHandle handle, const void*
 void EmuStreamGrabber::CancelGrab()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    for (BufferRecord* record : m_queue) {
-        Tarpo::GrabResult result;
-        result.m_status = Tarpo::Canceled;
-        finish(*record, result);
-    }
+    for (BufferRecord* record : m_queue)
+        finish(*record, record->canceled());
     m_queue.clear();
     if (m_filling) {
         // The frame thread is writing into a buffer: it comes back canceled when the frame
@@ -272,19 +224,14 @@ bool EmuStreamGrabber::RetrieveResult(Tarpo::GrabResult& result)
     if (!m_results.pop(result))
         return false;
     std::lock_guard<std::mutex> lock(m_mutex);
-    const auto it = m_records.find(result.m_handle);
-    if (it != m_records.end() && it->second->state == BufferState::Finished)
-        it->second->state = BufferState::Idle;
+    m_records.retrieved(result.m_handle);
     return true;
 }
 
 void EmuStreamGrabber::finish(BufferRecord& record, Tarpo::GrabResult result)
 {
     record.state = BufferState::Finished;
-    result.m_handle = &record;
-    result.m_context = record.context;
-    result.m_buffer = record.memory;
-    m_results.push(result);
+    m_results.push(record.result(result));
 }
 
 Tarpo::GrabResult EmuStreamGrabber::lostResult() const
@@ -335,9 +282,7 @@ void EmuStreamGrabber::endFrame(const Tarpo::GrabResult& frame)
         else if (result.m_status == Tarpo::Failed)
             ++m_failed;
         record->state = BufferState::Finished;
-        result.m_handle = record;
-        result.m_context = record->context;
-        result.m_buffer = record->memory;
+        result = record->result(result);
     }
     // Pushed without m_mutex: the grab thread it wakes takes m_mutex at once to retrieve the
     // result. The buffer counts as being filled until then, so CancelGrab returns only after

@@ -12,11 +12,11 @@
 #include "emulator/emuframesink.h"
 #include "tarpo/grabresultqueue.h"
 #include "tarpo/portnodemap.h"
+#include "tarpo/registeredbuffers.h"
 #include "tarpo/streamgrabber.h"
 
 #include <condition_variable>
 #include <deque>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -57,23 +57,10 @@ public:
     void invalidateNodeMap() { m_nodeMap.InvalidateNode(); }
 
 private:
-    enum class BufferState
-    {
-        Idle,    // with the caller
-        Queued,  // waiting for a frame
-        Filling, // the frame thread writes into it
-        Finished // its result waits in m_results
-    };
-    struct BufferRecord
-    {
-        void* memory = nullptr;
-        size_t size = 0;
-        const void* context = nullptr;
-        BufferState state = BufferState::Idle;
-    };
+    using BufferRecord = Tarpo::RegisteredBuffer;
+    using BufferState = Tarpo::RegisteredBuffer::State;
 
     void buildNodeMap();
-    BufferRecord& recordOf(Tarpo::StreamBufferHandle handle);
     // Gives a buffer back with this status; call with m_mutex held.
     void finish(BufferRecord& record, Tarpo::GrabResult result);
     Tarpo::GrabResult lostResult() const;
@@ -84,7 +71,7 @@ private:
 
     mutable std::mutex m_mutex;       // guards everything below
     std::condition_variable m_filled; // CancelGrab waits here for a buffer being filled
-    std::map<Tarpo::StreamBufferHandle, std::unique_ptr<BufferRecord>> m_records;
+    Tarpo::RegisteredBuffers<BufferRecord> m_records;
     std::deque<BufferRecord*> m_queue;
     BufferRecord* m_filling = nullptr;
     bool m_cancelFilling = false;

@@ -188,15 +188,7 @@ void CArvStreamGrabber::FinishGrab()
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        const auto busy = std::count_if(m_records.begin(), m_records.end(), [](const auto& entry) {
-            return entry.second->state != BufferState::Idle;
-        });
-        if (busy != 0)
-            throw LOGICAL_ERROR_EXCEPTION(
-                "FinishGrab: %d buffers have not come back yet; cancel the grab and retrieve "
-                "their results first",
-                static_cast<int>(busy));
-        m_records.clear();
+        m_records.finishGrab();
         m_prepared = false;
     }
     m_nodeMap.setGrabPrepared(false);
@@ -204,73 +196,32 @@ void CArvStreamGrabber::FinishGrab()
 
 StreamBufferHandle CArvStreamGrabber::RegisterBuffer(void* buffer, size_t bufferSize)
 {
-    if (!buffer || bufferSize == 0)
-        throw INVALID_ARGUMENT_EXCEPTION("RegisterBuffer: the buffer is empty");
     const int64_t maxBufferSize = m_nodeMap.maxBufferSize();
     const int64_t maxNumBuffer = m_nodeMap.maxNumBuffer();
-
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_prepared)
-        throw LOGICAL_ERROR_EXCEPTION("RegisterBuffer: PrepareGrab has not been called");
-    if (static_cast<int64_t>(bufferSize) > maxBufferSize)
-        throw INVALID_ARGUMENT_EXCEPTION(
-            "RegisterBuffer: a buffer of %zu bytes exceeds MaxBufferSize (%lld bytes)", bufferSize,
-            static_cast<long long>(maxBufferSize));
-    if (static_cast<int64_t>(m_records.size()) >= maxNumBuffer)
-        throw LOGICAL_ERROR_EXCEPTION("RegisterBuffer: MaxNumBuffer (%lld) buffers are registered",
-                                      static_cast<long long>(maxNumBuffer));
-
-    auto record = std::make_unique<BufferRecord>();
-    record->memory = buffer;
-    record->size = bufferSize;
+    BufferRecord& record = m_records.add(buffer, bufferSize, m_prepared, maxBufferSize, maxNumBuffer);
     // Zero copy: Aravis writes straight into the caller's memory. The record rides along as the
     // buffer's user data, so the stream thread finds it without a lookup.
-    record->buffer.reset(arv_buffer_new_full(bufferSize, buffer, record.get(), nullptr));
-    const StreamBufferHandle handle = record.get();
-    m_records.emplace(handle, std::move(record));
-    return handle;
-}
-
-CArvStreamGrabber::BufferRecord& CArvStreamGrabber::recordOf(StreamBufferHandle handle)
-{
-    const auto it = m_records.find(handle);
-    if (it == m_records.end())
-        throw INVALID_ARGUMENT_EXCEPTION("The buffer handle %p is not registered", handle);
-    return *it->second;
+    record.buffer.reset(arv_buffer_new_full(bufferSize, buffer, &record, nullptr));
+    return record.handle();
 }
 
 void* CArvStreamGrabber::DeregisterBuffer(StreamBufferHandle handle)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    BufferRecord& record = recordOf(handle);
-    if (record.state != BufferState::Idle)
-        throw LOGICAL_ERROR_EXCEPTION("DeregisterBuffer: the buffer %p has not come back yet",
-                                      handle);
-    void* memory = record.memory;
-    m_records.erase(handle);
-    return memory;
+    return m_records.remove(handle);
 }
 
 void CArvStreamGrabber::QueueBuffer(StreamBufferHandle handle, const void* context)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    BufferRecord& record = recordOf(handle);
-    if (record.state != BufferState::Idle)
-        throw LOGICAL_ERROR_EXCEPTION("QueueBuffer: the buffer %p is already queued", handle);
-    if (!m_stream || !m_prepared)
-        throw LOGICAL_ERROR_EXCEPTION("QueueBuffer: the grab of camera '%s' is not prepared",
-                                      m_access.serialNumber.c_str());
-    record.context = context;
+    BufferRecord& record =
+        m_records.toQueue(handle, m_stream && m_prepared, m_access.serialNumber, context);
     if (m_cancelling) {
         // CancelGrab is flushing the stream: the buffer would be dropped unseen, so give it back
         // canceled right away.
         record.state = BufferState::Finished;
-        GrabResult result;
-        result.m_status = Canceled;
-        result.m_handle = handle;
-        result.m_context = context;
-        result.m_buffer = record.memory;
-        m_results.push(result);
+        m_results.push(record.canceled());
         return;
     }
     record.state = BufferState::Queued;
@@ -291,18 +242,12 @@ void CArvStreamGrabber::CancelGrab()
     arv_stream_stop_thread(m_stream.get(), TRUE);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (auto& entry : m_records) {
-            BufferRecord& record = *entry.second;
+        m_records.forEach([this](BufferRecord& record) {
             if (record.state != BufferState::Queued)
-                continue;
+                return;
             record.state = BufferState::Finished;
-            GrabResult result;
-            result.m_status = Canceled;
-            result.m_handle = entry.first;
-            result.m_context = record.context;
-            result.m_buffer = record.memory;
-            m_results.push(result);
-        }
+            m_results.push(record.canceled());
+        });
         m_cancelling = false;
     }
     arv_stream_start_thread(m_stream.get());
@@ -313,9 +258,7 @@ bool CArvStreamGrabber::RetrieveResult(GrabResult& result)
     if (!m_results.pop(result))
         return false;
     std::lock_guard<std::mutex> lock(m_mutex);
-    const auto it = m_records.find(result.m_handle);
-    if (it != m_records.end())
-        it->second->state = BufferState::Idle;
+    m_records.retrieved(result.m_handle);
     return true;
 }
 
@@ -338,7 +281,8 @@ void CArvStreamGrabber::collectResults(ArvStream* stream)
         auto* record =
             static_cast<BufferRecord*>(const_cast<void*>(arv_buffer_get_user_data(popped)));
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_records.count(record) == 0 || record->state != BufferState::Queued)
+        if (m_records.find(static_cast<RegisteredBuffer*>(record)) != record ||
+            record->state != BufferState::Queued)
             continue; // not ours any more (the grabber closed in between)
         record->state = BufferState::Finished;
         m_results.push(makeResult(*record, popped));
@@ -347,10 +291,7 @@ void CArvStreamGrabber::collectResults(ArvStream* stream)
 
 GrabResult CArvStreamGrabber::makeResult(BufferRecord& record, ArvBuffer* buffer) const
 {
-    GrabResult result;
-    result.m_handle = &record;
-    result.m_context = record.context;
-    result.m_buffer = record.memory;
+    GrabResult result = record.result();
     result.m_frameNumber = arv_buffer_get_frame_id(buffer);
     result.m_timeStamp = arv_buffer_get_timestamp(buffer);
 

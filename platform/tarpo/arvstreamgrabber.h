@@ -12,6 +12,7 @@
 
 #include "tarpo/arvstreamnodemap.h"
 #include "tarpo/grabresultqueue.h"
+#include "tarpo/registeredbuffers.h"
 #include "tarpo/streamgrabber.h"
 
 #include "genapi/gobjectptr.h"
@@ -67,19 +68,10 @@ public:
     static constexpr int defaultCloseWaitMs = 2000;
 
 private:
-    enum class BufferState
+    using BufferState = RegisteredBuffer::State;
+    struct BufferRecord : RegisteredBuffer
     {
-        Idle,    // with the caller
-        Queued,  // in the stream's input queue or being filled
-        Finished // result in m_results, not yet retrieved
-    };
-    struct BufferRecord
-    {
-        void* memory = nullptr;
-        size_t size = 0;
         GObjectPtr<ArvBuffer> buffer; // our own reference, kept while registered
-        const void* context = nullptr;
-        BufferState state = BufferState::Idle;
     };
 
     static void onNewBuffer(ArvStream* stream, void* self);
@@ -88,7 +80,6 @@ private:
     GrabResult makeResult(BufferRecord& record, ArvBuffer* buffer) const;
     // Fails a "successful" frame whose image is larger than its buffer or than what arrived.
     void checkComplete(GrabResult& result, const BufferRecord& record) const;
-    BufferRecord& recordOf(StreamBufferHandle handle);
     int64_t devicePayloadSize() const;
 
     DeviceAccess m_access;
@@ -98,7 +89,7 @@ private:
 
     // guards m_records and each record, m_prepared, m_cancelling, m_payloadSize, m_stream
     mutable std::mutex m_mutex;
-    std::map<StreamBufferHandle, std::unique_ptr<BufferRecord>> m_records;
+    RegisteredBuffers<BufferRecord> m_records;
     bool m_prepared = false;
     bool m_cancelling = false;
     int64_t m_payloadSize = 0; // the device's PayloadSize at PrepareGrab
