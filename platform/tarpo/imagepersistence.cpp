@@ -31,6 +31,45 @@ bool isDeepColor(EPixelType type)
     return (IsBayer(type) || IsRGB(type) || IsBGR(type)) && BitDepth(type) > 8;
 }
 
+// The outer ring of a demosaiced image, where interpolation lacks neighbours on one side: each
+// missing colour becomes the mean of the neighbours of that colour that exist, and each site
+// keeps its own sample, as it does inside.
+void demosaicBorder(const uint16_t* bayer, int width, int height, EBayerOrder order,
+                    uint16_t* rgb)
+{
+    static const char tiles[4][5] = {"RGGB", "GBRG", "GRBG", "BGGR"};
+    const auto channelAt = [&](int x, int y) {
+        const char c = tiles[order][(y & 1) * 2 + (x & 1)];
+        return c == 'R' ? 0 : c == 'G' ? 1 : 2;
+    };
+    const auto fill = [&](int x, int y) {
+        uint32_t sum[3] = {0, 0, 0};
+        uint32_t count[3] = {0, 0, 0};
+        for (int yy = std::max(y - 1, 0); yy <= std::min(y + 1, height - 1); ++yy)
+            for (int xx = std::max(x - 1, 0); xx <= std::min(x + 1, width - 1); ++xx) {
+                if (xx == x && yy == y)
+                    continue;
+                const int c = channelAt(xx, yy);
+                sum[c] += bayer[size_t(yy) * width + xx];
+                ++count[c];
+            }
+        const int own = channelAt(x, y);
+        uint16_t* out = rgb + (size_t(y) * width + x) * 3;
+        for (int c = 0; c < 3; ++c)
+            out[c] = c == own ? bayer[size_t(y) * width + x]
+                     : count[c] ? static_cast<uint16_t>((sum[c] + count[c] / 2) / count[c])
+                                : 0;
+    };
+    for (int x = 0; x < width; ++x) {
+        fill(x, 0);
+        fill(x, height - 1);
+    }
+    for (int y = 1; y + 1 < height; ++y) {
+        fill(0, y);
+        fill(width - 1, y);
+    }
+}
+
 const QVector<QRgb>& greyPalette()
 {
     static const QVector<QRgb> palette = [] {
@@ -161,6 +200,8 @@ void CImagePersistence::unpackRgb16(const void* buffer, size_t bufferSize, EPixe
         CBayerDemosaicer().demosaic(bayer, GetBayerOrder(pixelType), rgb,
                                     CBayerDemosaicer::Output_Rgb, DemosaicingMethod_Simple,
                                     InconvertibleEdgeHandling_Extend);
+        demosaicBorder(m_bayer16.data(), int(width), int(height), GetBayerOrder(pixelType),
+                       reinterpret_cast<uint16_t*>(m_scratch.data()));
         return;
     }
     auto* rgb = reinterpret_cast<uint16_t*>(m_scratch.data());
@@ -287,7 +328,7 @@ void CImagePersistence::saveTiff(const GenICam::gcstring& filename, const void* 
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
     TIFFSetField(tiff, TIFFTAG_SOFTWARE, "Tarpo Viewer");
     const uint32_t depth = BitDepth(pixelType);
-    if (bitsPerSample == 16 && depth > 8 && depth < 16)
+    if (bitsPerSample == 16 && depth > 8)
         TIFFSetField(tiff, TIFFTAG_MAXSAMPLEVALUE, uint16_t((1u << depth) - 1));
 
     errno = 0;
