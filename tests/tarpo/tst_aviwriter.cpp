@@ -1,3 +1,4 @@
+// labels: sanitize
 // The AVI writer against FFmpeg's own reader: ffprobe must read every kind of video we write
 // (uncompressed grey and colour, MJPG, FFV1, H.264 where the build has it) with the codec, size
 // and frame count we wrote, and ffmpeg must decode lossless videos to exactly our pixels, the
