@@ -3,11 +3,10 @@
 // memcpy of the output bytes for the unpacking conversions. Prints the median of the
 // repetitions and the ratio to the reference. Run it from a Release build.
 
+#include "mediantimes.h"
 #include "tarpo/imageformatconverter.h"
 #include "tarpo/opencvreference.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -22,43 +21,6 @@ const uint32_t kHeight = 2048;
 const int kWarmUps = 5;
 const int kRepetitions = 50;
 
-// Median times of a conversion and of its reference. The two alternate, so that whatever else
-// the machine does at the time weighs on both alike.
-struct STimes
-{
-    double subjectMs;
-    double referenceMs;
-};
-
-double msOf(const std::function<void()>& run)
-{
-    const auto start = std::chrono::steady_clock::now();
-    run();
-    const auto end = std::chrono::steady_clock::now();
-    return std::chrono::duration<double, std::milli>(end - start).count();
-}
-
-double median(std::vector<double> times)
-{
-    std::nth_element(times.begin(), times.begin() + times.size() / 2, times.end());
-    return times[times.size() / 2];
-}
-
-STimes medianTimes(const std::function<void()>& subject, const std::function<void()>& reference)
-{
-    for (int i = 0; i < kWarmUps; ++i) {
-        subject();
-        reference();
-    }
-    std::vector<double> subjectTimes;
-    std::vector<double> referenceTimes;
-    for (int i = 0; i < kRepetitions; ++i) {
-        subjectTimes.push_back(msOf(subject));
-        referenceTimes.push_back(msOf(reference));
-    }
-    return {median(subjectTimes), median(referenceTimes)};
-}
-
 // Camera-like data: every bit pattern is a valid sample in every format.
 std::vector<uint8_t> frameOf(EPixelType type)
 {
@@ -71,9 +33,15 @@ std::vector<uint8_t> frameOf(EPixelType type)
     return frame;
 }
 
-bool report(const char* what, const STimes& times, const char* reference, double limit)
+Bench::MedianTimes medianTimes(const std::function<void()>& subject,
+                               const std::function<void()>& reference)
 {
-    const double ratio = times.subjectMs / times.referenceMs;
+    return Bench::medianTimes(subject, reference, kWarmUps, kRepetitions);
+}
+
+bool report(const char* what, const Bench::MedianTimes& times, const char* reference, double limit)
+{
+    const double ratio = times.ratio();
     const bool ok = ratio <= limit;
     std::printf("%-28s %8.3f ms | %-36s %8.3f ms | ratio %5.2f (limit %.2f) %s\n", what,
                 times.subjectMs, reference, times.referenceMs, ratio, limit,
@@ -82,14 +50,15 @@ bool report(const char* what, const STimes& times, const char* reference, double
 }
 
 // Times one conversion of a frame of `type` against memcpy of the bytes it writes.
-STimes againstMemcpy(CImageFormatConverter& converter, EPixelType type, EPixelType output)
+Bench::MedianTimes againstMemcpy(CImageFormatConverter& converter, EPixelType type,
+                                 EPixelType output)
 {
     const std::vector<uint8_t> src = frameOf(type);
     converter.setOutputPixelFormat(output);
     std::vector<uint8_t> dst(converter.GetBufferSizeForConversion(type, kWidth, kHeight));
     const std::vector<uint8_t> from(dst.size(), 0x5A);
     std::vector<uint8_t> to(dst.size());
-    const STimes times = medianTimes(
+    const Bench::MedianTimes times = medianTimes(
         [&] {
             converter.Convert(dst.data(), dst.size(), src.data(), src.size(), type, kWidth, kHeight,
                               0);
@@ -115,7 +84,7 @@ int main()
         std::vector<uint8_t> reference(size_t(kWidth) * kHeight * 4);
         converter.setOutputPixelFormat(PixelType_BGRA8packed);
         std::vector<uint8_t> dst(reference.size());
-        const STimes times = medianTimes(
+        const Bench::MedianTimes times = medianTimes(
             [&] {
                 converter.Convert(dst.data(), dst.size(), bayer.data(), bayer.size(),
                                   PixelType_BayerRG8, kWidth, kHeight, 0);

@@ -62,8 +62,8 @@ struct Run
     uint32_t failed = 0;
     double grabCpuUsPerFrame = 0;
     uint64_t framesCounted = 0;
-    uint64_t framesSent = 0;   // what the emulator's stream delivered in the same time
-    uint64_t frameIdGaps = 0;  // frames missing between consecutive ids the camera saw
+    uint64_t framesSent = 0;  // what the emulator's stream delivered in the same time
+    uint64_t frameIdGaps = 0; // frames missing between consecutive ids the camera saw
 };
 
 Run measure(const Tarpo::CDeviceInfo& info, const Setup& setup)
@@ -93,12 +93,13 @@ Run measure(const Tarpo::CDeviceInfo& info, const Setup& setup)
     std::vector<uint64_t> frameIds;
     if (setup.recordFrameIds) {
         frameIds.reserve(size_t(2'000'000));
-        QObject::connect(&camera, &Camera::bufferAvailable, &camera,
-                         [&frameIds](TarpoViewerSdk::StreamBuffer* buffer) {
-                             if (frameIds.size() < frameIds.capacity())
-                                 frameIds.push_back(buffer->frameNumber());
-                         },
-                         Qt::DirectConnection); // grab thread -> id list, direct
+        QObject::connect(
+            &camera, &Camera::bufferAvailable, &camera,
+            [&frameIds](TarpoViewerSdk::StreamBuffer* buffer) {
+                if (frameIds.size() < frameIds.capacity())
+                    frameIds.push_back(buffer->frameNumber());
+            },
+            Qt::DirectConnection); // grab thread -> id list, direct
     }
     if (setup.display) {
         decoupler.enableThrottle(true);
@@ -106,11 +107,12 @@ Run measure(const Tarpo::CDeviceInfo& info, const Setup& setup)
                          Qt::DirectConnection); // grab thread -> decoupler, direct
         QObject::connect(&decoupler, &Decoupler::bufferAvailable, &converter, &Converter::setBuffer,
                          Qt::DirectConnection); // decoupler thread -> converter, direct
-        QObject::connect(&converter, &Converter::imageAvailable, &converter,
-                         [&](const TarpoViewerSdk::Image&) { ++conversions; },
-                         Qt::DirectConnection); // decoupler thread -> counter, direct
-        QObject::connect(&throttle, &HiResTimer::timeout, &decoupler,
-                         &Decoupler::throttleTimerTick, Qt::DirectConnection); // timer thread -> decoupler, direct
+        QObject::connect(
+            &converter, &Converter::imageAvailable, &converter,
+            [&](const TarpoViewerSdk::Image&) { ++conversions; },
+            Qt::DirectConnection); // decoupler thread -> counter, direct
+        QObject::connect(&throttle, &HiResTimer::timeout, &decoupler, &Decoupler::throttleTimerTick,
+                         Qt::DirectConnection); // timer thread -> decoupler, direct
         throttle.start(20);
     } else {
         camera.setPureGrab(!setup.recordFrameIds);
@@ -184,8 +186,8 @@ int main(int argc, char** argv)
                     shown.cameraFps, shown.cameraFps / pure.cameraFps);
         std::printf("  converter:            %8.1f conversions/s (<= 50 required)\n",
                     shown.converterPerSecond);
-        std::printf("  failed frames:        %u pure, %u with display (0 required)\n",
-                    pure.failed, shown.failed);
+        std::printf("  failed frames:        %u pure, %u with display (0 required)\n", pure.failed,
+                    shown.failed);
         std::printf("  grab thread CPU:      %8.2f us per frame pure, %.2f with display\n",
                     pure.grabCpuUsPerFrame, shown.grabCpuUsPerFrame);
     }

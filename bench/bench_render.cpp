@@ -9,14 +9,13 @@
 
 #include "display/imagewindow.h"
 #include "display/renderwidget.h"
+#include "mediantimes.h"
 #include "viewersdk/streambuffer.h"
 
 #include <QApplication>
 #include <QPainter>
 #include <QScrollArea>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -31,43 +30,18 @@ const int kWarmUps = 5;
 const int kRepetitions = 60;
 const double kFrameIntervalMs = 1000.0 / 50.0;
 
-double msOf(const std::function<void()>& run)
+Bench::MedianTimes medianTimes(const std::function<void()>& subject,
+                               const std::function<void()>& reference)
 {
-    const auto start = std::chrono::steady_clock::now();
-    run();
-    const auto end = std::chrono::steady_clock::now();
-    return std::chrono::duration<double, std::milli>(end - start).count();
+    return Bench::medianTimes(subject, reference, kWarmUps, kRepetitions);
 }
 
-double median(std::vector<double> times)
+void report(const char* what, const Bench::MedianTimes& times, const char* reference)
 {
-    std::nth_element(times.begin(), times.begin() + times.size() / 2, times.end());
-    return times[times.size() / 2];
-}
-
-// Median times of a subject and its reference, alternating so that whatever else the machine
-// does weighs on both alike.
-std::pair<double, double> medianTimes(const std::function<void()>& subject,
-                                      const std::function<void()>& reference)
-{
-    for (int i = 0; i < kWarmUps; ++i) {
-        subject();
-        reference();
-    }
-    std::vector<double> subjectTimes;
-    std::vector<double> referenceTimes;
-    for (int i = 0; i < kRepetitions; ++i) {
-        subjectTimes.push_back(msOf(subject));
-        referenceTimes.push_back(msOf(reference));
-    }
-    return {median(subjectTimes), median(referenceTimes)};
-}
-
-void report(const char* what, const std::pair<double, double>& times, const char* reference)
-{
-    std::printf("%-34s %7.2f ms   %-30s %7.2f ms   ratio %5.2f   %s\n", what, times.first,
-                reference, times.second, times.first / times.second,
-                times.first <= kFrameIntervalMs ? "within 20 ms (50 fps)" : "OVER 20 ms (50 fps)");
+    std::printf("%-34s %7.2f ms   %-30s %7.2f ms   ratio %5.2f   %s\n", what, times.subjectMs,
+                reference, times.referenceMs, times.ratio(),
+                times.subjectMs <= kFrameIntervalMs ? "within 20 ms (50 fps)"
+                                                    : "OVER 20 ms (50 fps)");
 }
 
 } // namespace

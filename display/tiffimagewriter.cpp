@@ -55,11 +55,10 @@ bool TiffImageWriter::write(const QString& fileName, const TarpoViewerSdk::Image
         if (!image.pixelData() || (!grey && !bgra))
             return false;
         const size_t lineBytes = size_t(image.width()) * (grey ? 1 : 4);
-        persistence.Save(Tarpo::ImageFileFormat_Tiff, name.constData(), image.pixelData(),
-                         image.sizeInBytes(),
-                         grey ? Tarpo::PixelType_Mono8 : Tarpo::PixelType_BGRA8packed,
-                         uint32_t(image.width()), uint32_t(image.height()),
-                         size_t(image.lineOffset()) - lineBytes, Tarpo::TopDown);
+        persistence.Save(
+            Tarpo::ImageFileFormat_Tiff, name.constData(), image.pixelData(), image.sizeInBytes(),
+            grey ? Tarpo::PixelType_Mono8 : Tarpo::PixelType_BGRA8packed, uint32_t(image.width()),
+            uint32_t(image.height()), size_t(image.lineOffset()) - lineBytes, Tarpo::TopDown);
         return true;
     } catch (const GenICam::GenericException& e) {
         qWarning("Cannot write the TIFF file %s: %s", name.constData(), e.GetDescription());

@@ -3,7 +3,6 @@
 #include "emulator/emucamera.h"
 #include "genapi/genicamexception.h"
 
-
 namespace Emulator {
 
 namespace {

@@ -199,7 +199,8 @@ StreamBufferHandle CArvStreamGrabber::RegisterBuffer(void* buffer, size_t buffer
     const int64_t maxBufferSize = m_nodeMap.maxBufferSize();
     const int64_t maxNumBuffer = m_nodeMap.maxNumBuffer();
     std::lock_guard<std::mutex> lock(m_mutex);
-    BufferRecord& record = m_records.add(buffer, bufferSize, m_prepared, maxBufferSize, maxNumBuffer);
+    BufferRecord& record =
+        m_records.add(buffer, bufferSize, m_prepared, maxBufferSize, maxNumBuffer);
     // Zero copy: Aravis writes straight into the caller's memory. The record rides along as the
     // buffer's user data, so the stream thread finds it without a lookup.
     record.buffer.reset(arv_buffer_new_full(bufferSize, buffer, &record, nullptr));

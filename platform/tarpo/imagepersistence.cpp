@@ -34,8 +34,7 @@ bool isDeepColor(EPixelType type)
 // The outer ring of a demosaiced image, where interpolation lacks neighbours on one side: each
 // missing colour becomes the mean of the neighbours of that colour that exist, and each site
 // keeps its own sample, as it does inside.
-void demosaicBorder(const uint16_t* bayer, int width, int height, EBayerOrder order,
-                    uint16_t* rgb)
+void demosaicBorder(const uint16_t* bayer, int width, int height, EBayerOrder order, uint16_t* rgb)
 {
     static const char tiles[4][5] = {"RGGB", "GBRG", "GRBG", "BGGR"};
     const auto channelAt = [&](int x, int y) {
@@ -56,7 +55,7 @@ void demosaicBorder(const uint16_t* bayer, int width, int height, EBayerOrder or
         const int own = channelAt(x, y);
         uint16_t* out = rgb + (size_t(y) * width + x) * 3;
         for (int c = 0; c < 3; ++c)
-            out[c] = c == own ? bayer[size_t(y) * width + x]
+            out[c] = c == own   ? bayer[size_t(y) * width + x]
                      : count[c] ? static_cast<uint16_t>((sum[c] + count[c] / 2) / count[c])
                                 : 0;
     };

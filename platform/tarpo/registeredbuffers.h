@@ -48,8 +48,7 @@ struct RegisteredBuffer
     }
 };
 
-template <class Record>
-class RegisteredBuffers
+template <class Record> class RegisteredBuffers
 {
 public:
     // RegisterBuffer's checks.
@@ -141,8 +140,7 @@ public:
 
     void clear() { m_records.clear(); }
 
-    template <class Fn>
-    void forEach(Fn fn)
+    template <class Fn> void forEach(Fn fn)
     {
         for (auto& entry : m_records)
             fn(*entry.second);
