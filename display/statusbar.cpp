@@ -114,16 +114,8 @@ QString StatusBar::pixelValueToolTip(const PixelValue& value)
     QString row;
     switch (raw.kind) {
     case RawPixel::Yuv:
-        row = QString(kYuvRow)
-                  .arg(raw.values[0])
-                  .arg(raw.values[1])
-                  .arg(raw.values[2])
-                  .arg(r)
-                  .arg(g)
-                  .arg(b);
-        break;
     case RawPixel::Rgb:
-        row = QString(kRawColorRow)
+        row = QString(raw.kind == RawPixel::Yuv ? kYuvRow : kRawColorRow)
                   .arg(raw.values[0])
                   .arg(raw.values[1])
                   .arg(raw.values[2])
