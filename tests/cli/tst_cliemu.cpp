@@ -3,7 +3,8 @@
 // reach their features in each of the three node maps, and refusals come back as failures with
 // a message.
 
-#include <QProcess>
+#include "clirun.h"
+
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -12,28 +13,10 @@ class tst_CliEmu : public QObject
     Q_OBJECT
 
 private:
-    struct Run
-    {
-        int exitCode = -1;
-        QStringList out;
-        QString err;
-    };
-
+    using Run = CliRun;
     static Run cli(const QStringList& args, const QString& cameraCount = "2")
     {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("TARPO_CAMEMU", cameraCount);
-        process.setProcessEnvironment(environment);
-        process.start(TARPO_CLI, args);
-        Run run;
-        if (!process.waitForFinished(30000))
-            return run;
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        run.out =
-            QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-        run.err = QString::fromUtf8(process.readAllStandardError());
-        return run;
+        return runCli(args, cameraCount, 30000);
     }
 
     static QStringList emulated(const QStringList& lines)

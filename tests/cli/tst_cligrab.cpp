@@ -1,4 +1,6 @@
 // labels: netns
+#include "clirun.h"
+
 #include <QDir>
 #include <QImage>
 #include <QProcess>
@@ -12,24 +14,8 @@ class tst_CliGrab : public QObject
     Q_OBJECT
 
 private:
-    struct Result
-    {
-        int exitCode;
-        QString out;
-        QString err;
-    };
-    Result run(const QStringList& args)
-    {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("TARPO_CAMEMU", "2");
-        process.setProcessEnvironment(env);
-        process.start(TARPO_CLI, args);
-        if (!process.waitForFinished(60000))
-            return {-1, QString(), "timed out"};
-        return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
-                QString::fromLocal8Bit(process.readAllStandardError())};
-    }
+    using Result = CliRun;
+    static Result run(const QStringList& args) { return runCli(args); }
 
 private slots:
     void countsFramesExactly_data()
@@ -48,9 +34,10 @@ private slots:
         QFETCH(QStringList, extra);
         QFETCH(QString, lastLinePrefix);
         const Result r = run(QStringList{"grab", "-d", "EMU0001", "--set", "Width=64", "--set",
-                                         "Height=48", "--set", "AcquisitionFrameRate=500"} + extra);
+                                         "Height=48", "--set", "AcquisitionFrameRate=500"} +
+                             extra);
         QCOMPARE(r.exitCode, 0);
-        const QString last = r.out.trimmed().split('\n').last();
+        const QString last = r.lastLine();
         QVERIFY2(last.startsWith(lastLinePrefix), qPrintable(last + " / " + r.err));
     }
 
@@ -73,9 +60,9 @@ private slots:
     void deepTiffKeepsItsBitDepth()
     {
         QTemporaryDir dir;
-        const Result r = run({"grab", "-d", "EMU0001", "-n", "1", "--save", dir.path(), "--format",
-                              "tiff", "--pixel-format", "Mono12p", "--set", "Width=64", "--set",
-                              "Height=32"});
+        const Result r =
+            run({"grab", "-d", "EMU0001", "-n", "1", "--save", dir.path(), "--format", "tiff",
+                 "--pixel-format", "Mono12p", "--set", "Width=64", "--set", "Height=32"});
         QCOMPARE(r.exitCode, 0);
         QProcess tiffinfo;
         tiffinfo.start("tiffinfo", {dir.filePath("frame_0001.tiff")});
@@ -90,22 +77,36 @@ private slots:
         QTest::addColumn<QStringList>("args");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("message");
-        QTest::newRow("no-count") << QStringList{"grab", "-d", "EMU0001"} << 2 << "-n COUNT is required";
-        QTest::newRow("zero-count") << QStringList{"grab", "-d", "EMU0001", "-n", "0"} << 2 << "at least 1";
-        QTest::newRow("bad-format") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--format", "gif"}
-                                    << 2 << "bmp, png or tiff";
-        QTest::newRow("bad-assignment") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Width"}
-                                        << 2 << "is not FEATURE=VALUE";
-        QTest::newRow("unknown-camera") << QStringList{"grab", "-d", "NoSuchCamera", "-n", "1"}
-                                        << 1 << "not found";
-        QTest::newRow("value-refused") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Width=7"}
-                                       << 1 << "below the minimum";
-        QTest::newRow("unknown-feature") << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Bogus=1"}
-                                         << 1 << "Feature 'Bogus' not found";
-        QTest::newRow("timeout")
-            << QStringList{"grab", "-d", "EMU0001", "-n", "50", "--timeout-ms", "200", "--set",
-                           "AcquisitionFrameRateEnable=1", "--set", "AcquisitionFrameRate=10"}
-            << 1 << "frames arrived within 200 ms";
+        QTest::newRow("no-count") << QStringList{"grab", "-d", "EMU0001"} << 2
+                                  << "-n COUNT is required";
+        QTest::newRow("zero-count")
+            << QStringList{"grab", "-d", "EMU0001", "-n", "0"} << 2 << "at least 1";
+        QTest::newRow("bad-format")
+            << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--format", "gif"} << 2
+            << "bmp, png or tiff";
+        QTest::newRow("bad-assignment")
+            << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Width"} << 2
+            << "is not FEATURE=VALUE";
+        QTest::newRow("unknown-camera")
+            << QStringList{"grab", "-d", "NoSuchCamera", "-n", "1"} << 1 << "not found";
+        QTest::newRow("value-refused")
+            << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Width=7"} << 1
+            << "below the minimum";
+        QTest::newRow("unknown-feature")
+            << QStringList{"grab", "-d", "EMU0001", "-n", "1", "--set", "Bogus=1"} << 1
+            << "Feature 'Bogus' not found";
+        QTest::newRow("timeout") << QStringList{"grab",
+                                                "-d",
+                                                "EMU0001",
+                                                "-n",
+                                                "50",
+                                                "--timeout-ms",
+                                                "200",
+                                                "--set",
+                                                "AcquisitionFrameRateEnable=1",
+                                                "--set",
+                                                "AcquisitionFrameRate=10"}
+                                 << 1 << "frames arrived within 200 ms";
     }
 
     void badCommandLines()

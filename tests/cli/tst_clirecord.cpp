@@ -4,9 +4,9 @@
 // themselves, and refusals come back with their message and exit status.
 
 #include "../tarpo/mediaprobes.h"
+#include "clirun.h"
 
 #include <QDir>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,30 +19,11 @@ const QStringList kSmallStream{"--set", "Width=64",
                                "--set", "AcquisitionFrameRateEnable=1",
                                "--set", "AcquisitionFrameRate=200"};
 
-struct Run
-{
-    int exitCode = -1;
-    QStringList out;
-    QString err;
-};
+using Run = CliRun;
 
 Run record(const QStringList& args)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("TARPO_CAMEMU", "2");
-    process.setProcessEnvironment(environment);
-    process.start(TARPO_CLI, QStringList{"record", "-d", "EMU0001"} + args);
-    Run run;
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        process.waitForFinished();
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return runCli(QStringList{"record", "-d", "EMU0001"} + args, "2", 120000);
 }
 
 // ffprobe's codec, size and frame count as "codec,width,height,frames", and what it complained of.

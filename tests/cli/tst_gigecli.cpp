@@ -1,5 +1,6 @@
 #include "../tarpo/discoveryportblocker.h"
 #include "../tarpo/fakecameraprocess.h"
+#include "clirun.h"
 
 #include <QtTest>
 
@@ -11,30 +12,12 @@ class tst_GigeCli : public QObject
     Q_OBJECT
 
 private:
-    struct Run
-    {
-        int exitCode = -1;
-        QStringList out;
-        QString err;
-    };
-
+    using Run = CliRun;
     std::unique_ptr<FakeCameraProcess> m_camera;
 
     static Run cli(const QStringList& args)
     {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("TARPO_CAMEMU", "0"); // only the fake camera
-        process.setProcessEnvironment(environment);
-        process.start(TARPO_CLI, args);
-        Run run;
-        if (!process.waitForFinished(30000))
-            return run;
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        run.out =
-            QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-        run.err = QString::fromUtf8(process.readAllStandardError());
-        return run;
+        return runCli(args, "0", 30000); // only the fake camera
     }
 
     void startCamera(const QString& serialNumber)
