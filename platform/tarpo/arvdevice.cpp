@@ -119,6 +119,14 @@ void CArvDevice::Open(AccessModeSet mode)
         g_signal_connect_data(m_device.get(), "control-lost", G_CALLBACK(onControlLost),
                               new std::shared_ptr<CRemovalNotifier>(m_removal),
                               reinterpret_cast<GClosureNotify>(releaseNotifier), GConnectFlags(0));
+    if (monitor && m_gigE) {
+        // liveness watch thread -> the removal callbacks, direct, as from the heartbeat
+        std::weak_ptr<CRemovalNotifier> removal = m_removal;
+        m_liveness = std::make_unique<CArvLivenessWatch>(m_device.get(), [removal] {
+            if (const auto notifier = removal.lock())
+                notifier->notify();
+        });
+    }
     m_removal->arm();
     TARPO_TRACE(traceCategory, "opened %s (%s)", fullName.c_str(), monitor ? "monitor" : "control");
 }
@@ -185,6 +193,14 @@ void CArvDevice::Close()
     m_grabbers.clear();
     g_signal_handler_disconnect(m_device.get(), m_controlLostHandler);
     m_controlLostHandler = 0;
+    if (m_liveness) {
+        // Its thread may be inside a read that a silent camera lets time out: wait for it on a
+        // teardown worker, within the time left.
+        m_liveness->stop();
+        CArvTeardown::run([liveness = std::shared_ptr<CArvLivenessWatch>(
+                               std::move(m_liveness))]() mutable { liveness.reset(); },
+                          remainingMs(deadline));
+    }
     m_tlNodeMap.reset();
 
     auto leftovers = std::make_shared<Leftovers>();

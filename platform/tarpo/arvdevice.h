@@ -5,10 +5,13 @@
 // node maps are our own. Stream access alone opens for monitoring: the camera's features are
 // readable but not writable, and streaming is refused, because Aravis can only stream to the
 // application that controls the camera. Aravis' "control-lost" signal becomes the removal
-// callback.
+// callback; a monitored GigE camera, for which Aravis runs no heartbeat, is watched by reading
+// one of its registers every second.
 // Thread-safe: Open/Close/GetStreamGrabber from the owner's thread; node maps and the device
-// info from any thread while open; the removal notice arrives on Aravis' heartbeat thread.
+// info from any thread while open; the removal notice arrives on Aravis' heartbeat thread (or
+// the liveness watch's thread for a monitor).
 
+#include "tarpo/arvlivenesswatch.h"
 #include "tarpo/arvstreamgrabber.h"
 #include "tarpo/arvtlnodemap.h"
 #include "tarpo/removalnotifier.h"
@@ -70,6 +73,7 @@ private:
     uint32_t m_channelCount = 0; // read at Open: later reads would block on a vanished camera
     std::vector<std::unique_ptr<CArvStreamGrabber>> m_grabbers; // by channel, created on demand
     unsigned long m_controlLostHandler = 0;
+    std::unique_ptr<CArvLivenessWatch> m_liveness; // a monitored GigE camera only
 };
 
 } // namespace Tarpo

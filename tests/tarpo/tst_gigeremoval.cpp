@@ -16,7 +16,7 @@ using namespace GenApi;
 // A camera that vanishes while it streams (its process killed, as when the cable is pulled):
 // the removal callback comes once, on a transport-layer thread, within 7 s, and never after the
 // device closed or the callback was deregistered; Close returns within 3 s whether or not the
-// removal was reported yet.
+// removal was reported yet. The same holds for a camera that is only monitored.
 class tst_GigeRemoval : public QObject
 {
     Q_OBJECT
@@ -88,6 +88,49 @@ private slots:
             QTest::qWait(100);
         QCOMPARE(calls.load(), closeBeforeNotice ? 0 : 1);
         QCOMPARE(deregisteredCalls.load(), 0);
+        CTlFactory::GetInstance().DestroyDevice(device);
+    }
+
+    // A monitor holds no control, so no heartbeat runs for it: the camera is watched on our
+    // own. While it answers, nothing is reported; once it is gone, the notice comes once.
+    void vanishingCameraIsReportedToAMonitor_data()
+    {
+        QTest::addColumn<bool>("closeBeforeNotice");
+        QTest::newRow("notice-then-close") << false;
+        QTest::newRow("close-before-notice") << true;
+    }
+
+    void vanishingCameraIsReportedToAMonitor()
+    {
+        QFETCH(bool, closeBeforeNotice);
+        FakeCameraProcess camera(closeBeforeNotice ? "GVRM4" : "GVRM3");
+        QVERIFY2(camera.start(), qPrintable(camera.errorString()));
+        CDeviceInfo info;
+        info.SetDeviceClass("MorvexGigE").SetIpAddress("127.0.0.1");
+        ITarpoDevice* device = CTlFactory::GetInstance().CreateDevice(info);
+        device->Open(Stream);
+        std::atomic<int> calls{0};
+        device->RegisterRemovalCallback([&](ITarpoDevice* removed) {
+            if (removed == device)
+                ++calls;
+        });
+
+        QTest::qWait(3500); // several watch rounds with the camera answering
+        QCOMPARE(calls.load(), 0);
+        QVERIFY(CIntegerPtr(device->GetNodeMap()->GetNode("Width"))->GetValue() > 0);
+
+        QElapsedTimer sinceKill;
+        camera.kill();
+        sinceKill.start();
+        if (!closeBeforeNotice)
+            QTRY_COMPARE_WITH_TIMEOUT(calls.load(), 1, 7000);
+        QElapsedTimer closing;
+        closing.start();
+        device->Close();
+        QVERIFY2(closing.elapsed() < 3000, qPrintable(QString::number(closing.elapsed())));
+        while (sinceKill.elapsed() < 7000)
+            QTest::qWait(100);
+        QCOMPARE(calls.load(), closeBeforeNotice ? 0 : 1);
         CTlFactory::GetInstance().DestroyDevice(device);
     }
 };
