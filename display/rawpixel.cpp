@@ -56,15 +56,6 @@ bool sampleAt(const uint8_t* line, size_t available, const Tarpo::SSampleFormat&
     return false;
 }
 
-char bayerFilterAt(Tarpo::EBayerOrder order, int x, int y)
-{
-    // The 2 x 2 tile of each order, row by row.
-    static const char tiles[4][5] = {"RGGB", "GBRG", "GRBG", "BGGR"};
-    if (order < Tarpo::BayerOrder_RG || order > Tarpo::BayerOrder_BG)
-        return 0;
-    return tiles[order][(y & 1) * 2 + (x & 1)];
-}
-
 bool readYuv(const uint8_t* line, size_t available, Tarpo::EPixelType type, int x, RawPixel& raw)
 {
     // Byte offsets of Y, U and V of pixel x within its group, and the group's size in bytes
@@ -185,7 +176,7 @@ RawPixel RawPixel::read(const uint8_t* data, size_t dataSize, Tarpo::EPixelType 
         raw.kind = Tarpo::IsBayer(type) ? Bayer : Mono;
         raw.count = 1;
         raw.values[0] = static_cast<int32_t>(value);
-        raw.filter = raw.kind == Bayer ? bayerFilterAt(Tarpo::GetBayerOrder(type), x, y) : 0;
+        raw.filter = raw.kind == Bayer ? Tarpo::BayerFilterAt(Tarpo::GetBayerOrder(type), x, y) : 0;
     } else {
         const uint32_t samples = Tarpo::SamplesPerPixel(type);
         if (samples < 3)

@@ -12,14 +12,14 @@
 namespace {
 
 // The source frame, when it holds more than 8 bits per sample of a kind we write deep.
-const TarpoViewerSdk::StreamBuffer* deepSource(const TarpoViewerSdk::Image& image,
-                                               Tarpo::SSampleFormat& format)
+const TarpoViewerSdk::StreamBuffer* deepSource(const TarpoViewerSdk::Image& image)
 {
     const TarpoViewerSdk::StreamBuffer* buffer = image.buffer();
     if (!buffer || !buffer->data() || buffer->width() != image.width() ||
         buffer->height() != image.height() || image.width() <= 0 || image.height() <= 0)
         return nullptr;
     const Tarpo::EPixelType type = buffer->pixelType();
+    Tarpo::SSampleFormat format;
     if (Tarpo::BitDepth(type) <= 8 || !Tarpo::GetSampleFormat(type, format))
         return nullptr;
     // A frame whose lines do not all fit its buffer is written from the display instead.
@@ -30,8 +30,7 @@ const TarpoViewerSdk::StreamBuffer* deepSource(const TarpoViewerSdk::Image& imag
 
 int TiffImageWriter::bitsPerSample(const TarpoViewerSdk::Image& image)
 {
-    Tarpo::SSampleFormat format;
-    return deepSource(image, format) ? 16 : 8;
+    return deepSource(image) ? 16 : 8;
 }
 
 bool TiffImageWriter::write(const QString& fileName, const TarpoViewerSdk::Image& image)
@@ -41,8 +40,7 @@ bool TiffImageWriter::write(const QString& fileName, const TarpoViewerSdk::Image
     const QByteArray name = QFile::encodeName(fileName);
     try {
         Tarpo::CImagePersistence persistence;
-        Tarpo::SSampleFormat format;
-        if (const TarpoViewerSdk::StreamBuffer* buffer = deepSource(image, format)) {
+        if (const TarpoViewerSdk::StreamBuffer* buffer = deepSource(image)) {
             persistence.Save(Tarpo::ImageFileFormat_Tiff, name.constData(), buffer->data(),
                              buffer->size(), buffer->pixelType(), uint32_t(buffer->width()),
                              uint32_t(buffer->height()), size_t(std::max(buffer->paddingX(), 0)),

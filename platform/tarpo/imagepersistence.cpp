@@ -36,9 +36,8 @@ bool isDeepColor(EPixelType type)
 // keeps its own sample, as it does inside.
 void demosaicBorder(const uint16_t* bayer, int width, int height, EBayerOrder order, uint16_t* rgb)
 {
-    static const char tiles[4][5] = {"RGGB", "GBRG", "GRBG", "BGGR"};
-    const auto channelAt = [&](int x, int y) {
-        const char c = tiles[order][(y & 1) * 2 + (x & 1)];
+    const auto channelAt = [order](int x, int y) {
+        const char c = BayerFilterAt(order, x, y);
         return c == 'R' ? 0 : c == 'G' ? 1 : 2;
     };
     const auto fill = [&](int x, int y) {

@@ -279,6 +279,15 @@ EBayerOrder GetBayerOrder(EPixelType type)
     }
 }
 
+char BayerFilterAt(EBayerOrder order, int x, int y)
+{
+    // The 2 x 2 tile of each order, row by row.
+    static const char tiles[4][5] = {"RGGB", "GBRG", "GRBG", "BGGR"};
+    if (order < BayerOrder_RG || order > BayerOrder_BG)
+        return 0;
+    return tiles[order][(y & 1) * 2 + (x & 1)];
+}
+
 size_t ComputeBufferSize(EPixelType type, uint32_t width, uint32_t height, uint32_t paddingX)
 {
     const uint64_t lineBytes = packedLineBytes("ComputeBufferSize", type, width) + paddingX;

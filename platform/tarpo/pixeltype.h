@@ -134,6 +134,9 @@ bool IsPacked(EPixelType type);
 bool IsMonoPacked(EPixelType type); // IsMono and IsPacked
 
 EBayerOrder GetBayerOrder(EPixelType type);
+// The colour filter over pixel (x, y) of a sensor with this order: 'R', 'G' or 'B'; 0 for
+// BayerOrder_None.
+char BayerFilterAt(EBayerOrder order, int x, int y);
 
 // Bytes of an image whose lines each start on a byte boundary and carry paddingX extra bytes:
 // (ceil(width * BitPerPixel / 8) + paddingX) * height. Throws std::invalid_argument for
