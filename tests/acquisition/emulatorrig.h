@@ -42,16 +42,18 @@ struct EmulatorRig
         QVERIFY2(node, feature);
         node->FromString(value);
     }
-    // A small, fast stream: 64 x 48 Mono8 at a fixed rate.
-    void smallFastStream(const char* frameRate = "400")
+    // A Mono8 stream of this size at a fixed rate, with an exposure short enough for it.
+    void monoStream(const char* width, const char* height, const char* frameRate)
     {
-        set("Width", "64");
-        set("Height", "48");
+        set("Width", width);
+        set("Height", height);
         set("PixelFormat", "Mono8");
         set("ExposureTime", "100");
         set("AcquisitionFrameRateEnable", "1");
         set("AcquisitionFrameRate", frameRate);
     }
+    // A small, fast stream: 64 x 48 Mono8 at a fixed rate.
+    void smallFastStream(const char* frameRate = "400") { monoStream("64", "48", frameRate); }
 
     ~EmulatorRig()
     {

@@ -137,12 +137,7 @@ private slots:
     {
         EmulatorRig rig;
         QVERIFY(rig.open(1));
-        rig.set("Width", "64");
-        rig.set("Height", "64");
-        rig.set("PixelFormat", "Mono8");
-        rig.set("ExposureTime", "100");
-        rig.set("AcquisitionFrameRateEnable", "1");
-        rig.set("AcquisitionFrameRate", "2000");
+        rig.monoStream("64", "64", "2000");
         std::mutex mutex; // guards frames
         std::vector<uint64_t> frames;
         QObject::connect(rig.camera.get(), &Camera::bufferAvailable, rig.camera.get(),

@@ -119,12 +119,7 @@ private slots:
     {
         EmulatorRig rig;
         QVERIFY(rig.open(1));
-        rig.set("Width", "320");
-        rig.set("Height", "240");
-        rig.set("PixelFormat", "Mono8");
-        rig.set("ExposureTime", "100");
-        rig.set("AcquisitionFrameRateEnable", "1");
-        rig.set("AcquisitionFrameRate", "100");
+        rig.monoStream("320", "240", "100");
         std::atomic<int> removals{0};
         rig.camera->device()->RegisterRemovalCallback([&](Tarpo::ITarpoDevice*) { ++removals; });
         QTemporaryDir dir;
