@@ -2,7 +2,7 @@
 
 #include "genapi/fileprotocoladapter.h"
 #include "genapi/genapi.h"
-#include "mainwindow/logwindow.h"
+#include "messagelog/messagelog.h"
 #include "qtbase/formatting.h"
 #include "qtbase/messages.h"
 #include "qtbase/sleepinhibitor.h"
@@ -261,7 +261,7 @@ void Camera::startContinuousShot(bool speedtest)
     if (state() != Open)
         return;
     TARPO_TRACE(kCategory, "startContinuousShot()");
-    const int logId = LogWindow::postLogMessage(
+    const int logId = TarpoViewer::postLogMessage(
         TarpoViewer::Information, m_displayName,
         QString("Starting continuous shot on \"%1\".").arg(m_displayName));
     m_imageCounter = 0;
@@ -284,7 +284,7 @@ void Camera::startContinuousShot(bool speedtest)
         reportFailures("Camera::startContinuousShot", "Failed to start the camera.",
                        [&] { startAcquisition(); });
     m_fpsStatistic.reset();
-    LogWindow::postLogMessage(TarpoViewer::Information, m_displayName,
+    TarpoViewer::postLogMessage(TarpoViewer::Information, m_displayName,
                               QString("Continuous shot on \"%1\" has been started.").arg(m_displayName),
                               logId);
 }
@@ -309,7 +309,7 @@ void Camera::startOneShot()
         emit preparedGrab();
         if (!m_monitorMode)
             startAcquisition();
-        LogWindow::postLogMessage(TarpoViewer::Information, m_displayName,
+        TarpoViewer::postLogMessage(TarpoViewer::Information, m_displayName,
                                   QString("Single shot on \"%1\" has been started.").arg(m_displayName));
     } catch (const GenICam::GenericException& e) {
         showException(e, "Camera::startOneShot", "Failed to start the camera");
@@ -403,7 +403,7 @@ void Camera::run()
                    result.GetErrorDescription().c_str());
             if (!m_pureGrab.load() && m_showFailedBuffers.load())
                 emit bufferAvailable(buffer);
-            LogWindow::postLogMessage(
+            TarpoViewer::postLogMessage(
                 TarpoViewer::Error, m_displayName,
                 QString("Image acquisition on \"%1\" failed! Error: 0x%2 \"%3\"")
                     .arg(m_displayName)
@@ -477,7 +477,7 @@ void Camera::stopGrab()
         if (!isGrabbing())
             return;
         if (wasContinuous)
-            LogWindow::postLogMessage(
+            TarpoViewer::postLogMessage(
                 TarpoViewer::Information, m_displayName,
                 QString("Stopping continuous shot on \"%1\".").arg(m_displayName));
         if (!m_monitorMode && !m_removed.load())
@@ -497,7 +497,7 @@ void Camera::stopGrab()
     // shot) the one buffer has already been retrieved.
     finishGrab();
     m_stopFlag = true;
-    LogWindow::postLogMessage(
+    TarpoViewer::postLogMessage(
         TarpoViewer::Information, m_displayName,
         QString("Continuous shot on \"%1\" has been stopped. (%2)")
             .arg(m_displayName, formatImageCount(m_imageCounter.load(), m_erroneousCounter.load())));

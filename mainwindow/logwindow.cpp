@@ -7,18 +7,11 @@
 #include <QSettings>
 #include <QTreeView>
 
-#include <atomic>
-#include <mutex>
-
 namespace {
 
 const char* const kGroup = "LogWindow";
 const char* const kMaxLogMessagesKey = "maxLogMessages";
 const char* const kHeaderStateKey = "headerState";
-
-std::atomic<int> g_lastId{0};
-std::mutex g_windowMutex;     // guards g_window (posting must not race with destruction)
-LogWindow* g_window = nullptr; // the registered window, or null
 
 } // namespace
 
@@ -26,9 +19,6 @@ LogWindow::LogWindow(const QString& title, QWidget* parent, Qt::WindowFlags flag
     : QDockWidget(title, parent, flags), m_model(new LogMessageModel(this)),
       m_view(new QTreeView(this))
 {
-    qRegisterMetaType<TarpoViewer::LogLevel>("TarpoViewer::LogLevel");
-    qRegisterMetaType<time_t>("time_t");
-
     m_view->setModel(m_model);
     m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -64,17 +54,12 @@ LogWindow::LogWindow(const QString& title, QWidget* parent, Qt::WindowFlags flag
         m_view->sortByColumn(1, Qt::DescendingOrder);
     }
 
-    std::lock_guard<std::mutex> lock(g_windowMutex);
-    g_window = this;
+    TarpoViewer::registerLogReceiver(this);
 }
 
 LogWindow::~LogWindow()
 {
-    {
-        std::lock_guard<std::mutex> lock(g_windowMutex);
-        if (g_window == this)
-            g_window = nullptr;
-    }
+    TarpoViewer::unregisterLogReceiver(this);
     QSettings settings;
     settings.beginGroup(kGroup);
     settings.setValue(kMaxLogMessagesKey, m_maxLogMessages);
@@ -85,24 +70,13 @@ LogWindow::~LogWindow()
 int LogWindow::postLogMessage(TarpoViewer::LogLevel level, const QString& source,
                               const QString& message, const QDateTime& timestamp)
 {
-    return postLogMessage(level, source, message, 0, timestamp);
+    return TarpoViewer::postLogMessage(level, source, message, timestamp);
 }
 
 int LogWindow::postLogMessage(TarpoViewer::LogLevel level, const QString& source,
                               const QString& message, int existingId, const QDateTime& timestamp)
 {
-    std::lock_guard<std::mutex> lock(g_windowMutex);
-    if (!g_window)
-        return 0;
-    const int id = ++g_lastId;
-    // any thread -> GUI thread, queued: the row work happens in the window's thread.
-    QMetaObject::invokeMethod(g_window, "onLogMessage", Qt::QueuedConnection,
-                              Q_ARG(TarpoViewer::LogLevel, level),
-                              Q_ARG(QDateTime, timestamp.isValid() ? timestamp
-                                                                   : QDateTime::currentDateTime()),
-                              Q_ARG(QString, source), Q_ARG(QString, message), Q_ARG(int, id),
-                              Q_ARG(int, existingId));
-    return id;
+    return TarpoViewer::postLogMessage(level, source, message, existingId, timestamp);
 }
 
 void LogWindow::onLogMessage(TarpoViewer::LogLevel logType, QDateTime timestamp,

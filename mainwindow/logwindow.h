@@ -1,11 +1,13 @@
 #pragma once
 
-// The message log dock: one row per message, newest first. Any thread logs through the static
-// postLogMessage, which hands the message to the window on the GUI thread.
+// The message log dock: one row per message, newest first. It registers itself as the log's
+// receiver; any thread logs through postLogMessage (here, or TarpoViewer::postLogMessage in the
+// layers below), which hands the message to the window on the GUI thread.
 // Thread-safe: postLogMessage from any thread; everything else GUI only.
 
-#include "mainwindow/loglevel.h"
-#include "mainwindow/logmessagemodel.h"
+#include "messagelog/loglevel.h"
+#include "messagelog/logmessagemodel.h"
+#include "messagelog/messagelog.h"
 
 #include <QDateTime>
 #include <QDockWidget>

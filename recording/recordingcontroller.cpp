@@ -1,7 +1,7 @@
 #include "recording/recordingcontroller.h"
 
 #include "genapi/genicamexception.h"
-#include "mainwindow/logwindow.h"
+#include "messagelog/messagelog.h"
 #include "qtbase/messages.h"
 #include "recording/imediaimagecontroller.h"
 #include "recording/imediawriter.h"
@@ -33,7 +33,7 @@ void registerMetaTypes()
 
 void logError(const char* source, const QString& message)
 {
-    LogWindow::postLogMessage(TarpoViewer::Error, QString::fromLatin1(source), message);
+    TarpoViewer::postLogMessage(TarpoViewer::Error, QString::fromLatin1(source), message);
 }
 
 // Bytes of the frame a buffer holds now: its lines, not the whole allocation.
@@ -207,7 +207,7 @@ void CRecordingController::releaseResources()
             try {
                 m_writer->Close();
             } catch (const GenICam::GenericException& e) {
-                LogWindow::postLogMessage(TarpoViewer::Warning,
+                TarpoViewer::postLogMessage(TarpoViewer::Warning,
                                           "CRecordingController::releaseResources",
                                           QString::fromUtf8(e.GetDescription()));
             }

@@ -1,4 +1,4 @@
-#include "mainwindow/logmessagemodel.h"
+#include "messagelog/logmessagemodel.h"
 
 #include <QPainter>
 #include <QPixmap>

@@ -4,7 +4,7 @@
 // id, and messages that complete an earlier entry become child rows of it.
 // Thread: GUI only.
 
-#include "mainwindow/loglevel.h"
+#include "messagelog/loglevel.h"
 
 #include <QDateTime>
 #include <QStandardItemModel>
