@@ -11,7 +11,7 @@ namespace TarpoViewer {
 namespace {
 
 std::atomic<int> g_lastId{0};
-std::mutex g_receiverMutex;      // guards g_receiver: posting must not race with its destruction
+std::mutex g_receiverMutex;    // guards g_receiver: posting must not race with its destruction
 QObject* g_receiver = nullptr; // the registered receiver, or null
 
 } // namespace
@@ -30,12 +30,10 @@ int postLogMessage(LogLevel level, const QString& source, const QString& message
         return 0;
     const int id = ++g_lastId;
     // any thread -> receiver's (GUI) thread, queued: the row work happens there.
-    QMetaObject::invokeMethod(g_receiver, "onLogMessage", Qt::QueuedConnection,
-                              Q_ARG(TarpoViewer::LogLevel, level),
-                              Q_ARG(QDateTime, timestamp.isValid() ? timestamp
-                                                                   : QDateTime::currentDateTime()),
-                              Q_ARG(QString, source), Q_ARG(QString, message), Q_ARG(int, id),
-                              Q_ARG(int, existingId));
+    QMetaObject::invokeMethod(
+        g_receiver, "onLogMessage", Qt::QueuedConnection, Q_ARG(TarpoViewer::LogLevel, level),
+        Q_ARG(QDateTime, timestamp.isValid() ? timestamp : QDateTime::currentDateTime()),
+        Q_ARG(QString, source), Q_ARG(QString, message), Q_ARG(int, id), Q_ARG(int, existingId));
     return id;
 }
 
