@@ -3,6 +3,7 @@
 #include "genapi/fileprotocoladapter.h"
 #include "genapi/genapi.h"
 #include "messagelog/messagelog.h"
+#include "qtbase/devicename.h"
 #include "qtbase/formatting.h"
 #include "qtbase/messages.h"
 #include "qtbase/sleepinhibitor.h"
@@ -64,9 +65,7 @@ Camera::Camera(const Tarpo::CDeviceInfo* info, QObject* parent, unsigned usedBuf
 {
     if (info)
         m_deviceInfo = *info;
-    m_displayName = QString::fromStdString(m_deviceInfo.GetFriendlyName());
-    if (m_displayName.isEmpty())
-        m_displayName = QString::fromStdString(m_deviceInfo.GetFullName());
+    m_displayName = formatDeviceName(m_deviceInfo);
     // grab thread -> GUI thread, queued: a stop decided on the grab thread runs on the GUI thread
     connect(this, &Camera::stopRequest, this, &Camera::stopGrab, Qt::QueuedConnection);
     QSettings settings;
