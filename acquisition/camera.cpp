@@ -26,8 +26,7 @@ const char* const kGrabGroup = "Grab";
 constexpr int kBuffersBackTimeoutMs = 5000;
 
 // Runs `f`, reporting a failure through the message helpers with `source` and `message`.
-template <class F>
-bool reportFailures(const char* source, const char* message, F&& f)
+template <class F> bool reportFailures(const char* source, const char* message, F&& f)
 {
     try {
         f();
@@ -43,8 +42,7 @@ bool reportFailures(const char* source, const char* message, F&& f)
 }
 
 // Runs `f`, writing a failure to the debug output only (for clean-up steps that must go on).
-template <class F>
-void traceFailures(const char* what, F&& f)
+template <class F> void traceFailures(const char* what, F&& f)
 {
     try {
         f();
@@ -108,8 +106,7 @@ int Camera::allocatedBufferCount()
 }
 
 uint32_t Camera::computeBufferCount(uint32_t usedBufferMemory, uint32_t payloadSize,
-                                    uint32_t minCount, bool useMemoryBudget,
-                                    uint32_t maxNumBuffers)
+                                    uint32_t minCount, bool useMemoryBudget, uint32_t maxNumBuffers)
 {
     if (!useMemoryBudget || payloadSize == 0)
         return minCount;
@@ -131,9 +128,8 @@ void Camera::detachTarpoDevice()
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         if (m_device)
-            traceFailures("DestroyDevice failed", [&] {
-                Tarpo::CTlFactory::GetInstance().DestroyDevice(m_device);
-            });
+            traceFailures("DestroyDevice failed",
+                          [&] { Tarpo::CTlFactory::GetInstance().DestroyDevice(m_device); });
         m_device = nullptr;
         m_streamGrabber = nullptr;
         setState(NoDevice);
@@ -186,7 +182,8 @@ bool Camera::prepareGrab(uint32_t minCount, bool useMemoryBudget, int acquisitio
     if (state() == Attached) {
         open();
         if (state() < Open) {
-            TARPO_TRACE(kCategory, "Camera::prepareGrab() could not open camera. Can't prepare grab.");
+            TARPO_TRACE(kCategory,
+                        "Camera::prepareGrab() could not open camera. Can't prepare grab.");
             return false;
         }
     }
@@ -200,7 +197,8 @@ bool Camera::prepareGrab(uint32_t minCount, bool useMemoryBudget, int acquisitio
         ++m_streamGrabberOpenCount;
     }
     if (!m_streamGrabber->IsOpen()) {
-        TARPO_TRACE(kCategory, "Camera::prepareGrab() could not open stremgrabber. Can't prepare grab.");
+        TARPO_TRACE(kCategory,
+                    "Camera::prepareGrab() could not open stremgrabber. Can't prepare grab.");
         return false;
     }
 
@@ -269,8 +267,9 @@ void Camera::startContinuousShot(bool speedtest)
         reportFailures("Camera::startContinuousShot", "Failed to allocate resources",
                        [&] { onPreGrab(true); });
     bool prepared = false;
-    if (!reportFailures("Camera::startContinuousShot", "Failed to allocate resources",
-                        [&] { prepared = prepareGrab(static_cast<uint32_t>(m_minNumBuffers), true, 2); }) ||
+    if (!reportFailures(
+            "Camera::startContinuousShot", "Failed to allocate resources",
+            [&] { prepared = prepareGrab(static_cast<uint32_t>(m_minNumBuffers), true, 2); }) ||
         !prepared)
         return;
     m_speedTest = speedtest;
@@ -283,9 +282,9 @@ void Camera::startContinuousShot(bool speedtest)
         reportFailures("Camera::startContinuousShot", "Failed to start the camera.",
                        [&] { startAcquisition(); });
     m_fpsStatistic.reset();
-    TarpoViewer::postLogMessage(TarpoViewer::Information, m_displayName,
-                              QString("Continuous shot on \"%1\" has been started.").arg(m_displayName),
-                              logId);
+    TarpoViewer::postLogMessage(
+        TarpoViewer::Information, m_displayName,
+        QString("Continuous shot on \"%1\" has been started.").arg(m_displayName), logId);
 }
 
 void Camera::startOneShot()
@@ -308,8 +307,9 @@ void Camera::startOneShot()
         emit preparedGrab();
         if (!m_monitorMode)
             startAcquisition();
-        TarpoViewer::postLogMessage(TarpoViewer::Information, m_displayName,
-                                  QString("Single shot on \"%1\" has been started.").arg(m_displayName));
+        TarpoViewer::postLogMessage(
+            TarpoViewer::Information, m_displayName,
+            QString("Single shot on \"%1\" has been started.").arg(m_displayName));
     } catch (const GenICam::GenericException& e) {
         showException(e, "Camera::startOneShot", "Failed to start the camera");
     } catch (const std::exception& e) {
@@ -322,9 +322,8 @@ void Camera::startOneShot()
 void Camera::run()
 {
     // The grab thread: the SDK's real-time minimum + 1 when the range allows, else the minimum.
-    const QByteArray name = QString("Grab_%1")
-                                .arg(QString::fromStdString(m_deviceInfo.GetSerialNumber()))
-                                .toLatin1();
+    const QByteArray name =
+        QString("Grab_%1").arg(QString::fromStdString(m_deviceInfo.GetSerialNumber())).toLatin1();
     Tarpo::SetCurrentThreadName(name.constData());
     int32_t prioMin = 0, prioMax = 0;
     Tarpo::GetRTThreadPriorityCapabilities(prioMin, prioMax);
@@ -339,6 +338,9 @@ void Camera::run()
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         grabber = m_streamGrabber;
     }
+    // A lost device fails every buffer at once: it is reported once and the grab stopped; until
+    // the stop arrives, its failures are passed over at a slow pace instead of spun through.
+    bool deviceLost = false;
     while (grabber) {
         if (!grabber->GetWaitObject().Wait(100)) {
             if (m_stopFlag.load())
@@ -354,11 +356,13 @@ void Camera::run()
                 break;
             continue;
         }
-        m_fpsStatistic.addSample(static_cast<uint64_t>(std::max<int64_t>(result.GetPayloadSize(), 0)));
+        m_fpsStatistic.addSample(
+            static_cast<uint64_t>(std::max<int64_t>(result.GetPayloadSize(), 0)));
         m_nonQueuedBuffers.release();
         TARPO_TRACE(kCategory, "got result  m_semNonQueuedBuffers.available(): %d",
                     m_nonQueuedBuffers.available());
-        auto* buffer = static_cast<TarpoViewerSdk::StreamBuffer*>(const_cast<void*>(result.Context()));
+        auto* buffer =
+            static_cast<TarpoViewerSdk::StreamBuffer*>(const_cast<void*>(result.Context()));
         if (!buffer)
             continue;
         const bool grabbed = result.Status() == Tarpo::Grabbed;
@@ -393,6 +397,23 @@ void Camera::run()
             ++m_totalCounter;
             if (!m_pureGrab.load())
                 emit bufferAvailable(buffer);
+        } else if (failed && result.GetErrorCode() == Tarpo::GrabError_DeviceLost) {
+            if (deviceLost) {
+                lock.unlock();
+                buffer->unlock();
+                QThread::msleep(10);
+                continue;
+            }
+            deviceLost = true;
+            ++m_erroneousTotal;
+            TarpoViewer::postLogMessage(
+                TarpoViewer::Error, m_displayName,
+                QString("Image acquisition on \"%1\" failed! Error: 0x%2 \"%3\"")
+                    .arg(m_displayName)
+                    .arg(result.GetErrorCode(), 0, 16)
+                    .arg(QString::fromStdString(result.GetErrorDescription())));
+            if (state() == ContinuousShot)
+                emit stopRequest();
         } else if (failed) {
             ++m_imageCounter;
             ++m_totalCounter;
@@ -489,7 +510,8 @@ void Camera::stopGrab()
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         TARPO_TRACE(kCategory, "Cancel grab");
         if (m_streamGrabber)
-            traceFailures("StreamGrabber->CancelGrab() failed", [&] { m_streamGrabber->CancelGrab(); });
+            traceFailures("StreamGrabber->CancelGrab() failed",
+                          [&] { m_streamGrabber->CancelGrab(); });
     }
     // Every buffer must leave the grabber: the grab thread retrieves the canceled ones, which
     // needs the mutex, so it is not held while waiting here. On the grab thread itself (single
@@ -499,7 +521,8 @@ void Camera::stopGrab()
     TarpoViewer::postLogMessage(
         TarpoViewer::Information, m_displayName,
         QString("Continuous shot on \"%1\" has been stopped. (%2)")
-            .arg(m_displayName, formatImageCount(m_imageCounter.load(), m_erroneousCounter.load())));
+            .arg(m_displayName,
+                 formatImageCount(m_imageCounter.load(), m_erroneousCounter.load())));
     if (QThread::currentThread() != this) {
         wait();
         joined();
@@ -713,14 +736,16 @@ void Camera::optimizeImageQuality()
     if (!writeIfWritable(map, "AutoTargetBrightness", "0.3")) {
         GenApi::CIntegerPtr target = map->GetNode("AutoTargetValue");
         if (GenApi::IsWritable(target))
-            writeClamped(map, "AutoTargetValue", target->GetMin() + (target->GetMax() - target->GetMin()) * 3 / 10);
+            writeClamped(map, "AutoTargetValue",
+                         target->GetMin() + (target->GetMax() - target->GetMin()) * 3 / 10);
     }
     writeIfWritable(map, "AutoFunctionProfile", "MinimizeGain");
     writeIfWritable(map, "GainSelector", "All");
     // Exposures beyond 100 ms make a live image sluggish; the auto function stays below.
     if (map->GetNode("AutoGainLowerLimit")) {
         copyLimits(map, "Gain", "AutoGainLowerLimit", "AutoGainUpperLimit", 1e300);
-        copyLimits(map, "ExposureTime", "AutoExposureTimeLowerLimit", "AutoExposureTimeUpperLimit", 100000.0);
+        copyLimits(map, "ExposureTime", "AutoExposureTimeLowerLimit", "AutoExposureTimeUpperLimit",
+                   100000.0);
     } else {
         copyLimits(map, "GainRaw", "AutoGainRawLowerLimit", "AutoGainRawUpperLimit", 1e300);
         copyLimits(map, "ExposureTimeAbs", "AutoExposureTimeAbsLowerLimit",
