@@ -1,45 +1,42 @@
-// Entry point of the viewer. Until the main window lands, it shows the cameras the camera layer
-// finds (the emulated ones when no camera is attached) and the layers built so far.
+// Entry point of the viewer: checks the libraries it loads at run time, sets up Qt and the
+// camera layer, shows the main window and runs the event loop.
 
+#include "app/librarycheck.h"
+#include "app/myapplication.h"
+#include "mainwindow/tarpoviewerapp.h"
 #include "tarpo/tlfactory.h"
 #include "trace/trace.h"
 
-#include <QApplication>
-#include <QFutureWatcher>
-#include <QLabel>
-#include <QMainWindow>
-#include <QStringList>
-#include <QtConcurrent>
+#include <QIcon>
+#include <QMessageBox>
+#include <QStyle>
+#include <QStyleFactory>
+
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
-// Runs on a worker thread: GigE discovery takes about a second.
-QStringList findCameras()
+// Fatal messages end the program; the others are for developers, who find them in the traces.
+void messageHandler(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
-    QStringList cameras;
-    try {
-        Tarpo::DeviceInfoList_t devices;
-        Tarpo::CTlFactory::GetInstance().EnumerateDevices(devices);
-        for (const Tarpo::CDeviceInfo& info : devices)
-            cameras << QString("%1 — %2")
-                           .arg(QString::fromStdString(info.GetDeviceClass()),
-                                QString::fromStdString(info.GetFriendlyName()))
-                           .toHtmlEscaped();
-    } catch (const std::exception& e) {
-        cameras << QString("Device enumeration failed: %1").arg(e.what()).toHtmlEscaped();
+    const QByteArray text = message.toLocal8Bit();
+    if (type == QtFatalMsg) {
+        std::fprintf(stderr, "Fatal: %s (%s:%u, %s)\n", text.constData(),
+                     context.file ? context.file : "", unsigned(context.line),
+                     context.function ? context.function : "");
+        std::abort();
     }
-    if (cameras.isEmpty())
-        cameras << "No camera found.";
-    return cameras;
+    TarpoViewer::Trace::debug("Qt", "%s", text.constData());
 }
 
-QString pageText(const QString& cameras)
+QIcon applicationIcon()
 {
-    return "<h2>Tarpo Viewer</h2><p>Built so far: GenICam node maps, the camera layer, the "
-           "camera emulator, the acquisition pipeline and the image display (try "
-           "<tt>tarpo-cli grab</tt>). The main window with feature tree and recording follows.</p>"
-           "<h3>Cameras</h3>" +
-           cameras;
+    QIcon icon;
+    for (int size : {256, 128, 64, 48, 32, 24, 16})
+        icon.addFile(QString(":/TarpoViewerApp/Resources/Icon_%1x%1.png").arg(size), QSize(),
+                     QIcon::Normal, QIcon::Off);
+    return icon;
 }
 
 } // namespace
@@ -47,29 +44,38 @@ QString pageText(const QString& cameras)
 int main(int argc, char* argv[])
 {
     QCoreApplication::setApplicationName("Tarpo Viewer");
+    QCoreApplication::setApplicationVersion(TARPO_VERSION);
     QCoreApplication::setOrganizationName("Morvex");
+    QCoreApplication::setOrganizationDomain("morvex.com");
     TarpoViewer::Trace::initialize();
+    qInstallMessageHandler(messageHandler);
     Tarpo::TarpoAutoInitTerm autoInitTerm;
-    QApplication app(argc, argv);
 
-    QMainWindow window;
-    window.setWindowTitle("Tarpo Viewer 64-Bit");
-    auto* label = new QLabel(&window);
-    label->setMargin(16);
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    label->setText(pageText("<p><i>Looking for cameras…</i></p>"));
-    window.setCentralWidget(label);
-    window.resize(640, 360);
-    window.show();
+    MyApplication app(argc, argv);
+    const QString missing = findMissingLibrary();
+    if (!missing.isEmpty()) {
+        const QString text = missingLibraryText(missing);
+        std::fprintf(stderr, "%s\n", qPrintable(text));
+        QMessageBox::critical(nullptr, "Tarpo Viewer", text);
+        return kMissingLibraryExitCode;
+    }
+    QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath() + "/plugins");
+    qDebug("Available styles: %s", qPrintable(QStyleFactory::keys().join(", ")));
+    qDebug("Current style: %s", qPrintable(QApplication::style()->objectName()));
+    qDebug("Current font FamilyName: %s", qPrintable(QApplication::font().family()));
 
-    QFutureWatcher<QStringList> search;
-    // worker thread -> GUI thread, queued by the watcher
-    QObject::connect(&search, &QFutureWatcher<QStringList>::finished, label, [&search, label] {
-        label->setText(pageText("<ul><li>" + search.result().join("</li><li>") + "</li></ul>"));
-    });
-    search.setFuture(QtConcurrent::run(findCameras));
-    const int result = app.exec();
-    search.waitForFinished();
+    int result = 0;
+    {
+        TarpoViewerApp window;
+        QApplication::setWindowIcon(applicationIcon());
+        window.setWindowIcon(applicationIcon());
+        QString title = window.windowTitle() + " 64-Bit";
+        if (window.multicastMonitorMode())
+            title += " (Multicast Monitor)";
+        window.setWindowTitle(title);
+        window.show();
+        QObject::connect(&app, &QApplication::lastWindowClosed, &app, &QApplication::quit);
+        result = app.exec();
+    }
     return result == 0 ? 0 : 1;
 }

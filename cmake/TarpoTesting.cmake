@@ -7,6 +7,8 @@ function(tarpo_add_test)
     cmake_parse_arguments(T "NETNS" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${T_NAME} ${T_SOURCES})
     target_link_libraries(${T_NAME} PRIVATE Qt5::Test ${T_LIBS})
+    # Shared test helpers: #include "tests/common/...".
+    target_include_directories(${T_NAME} PRIVATE ${CMAKE_SOURCE_DIR})
     tarpo_warnings(${T_NAME})
     if(T_NETNS)
         add_test(NAME ${T_NAME} COMMAND ${TARPO_NETNS_RUN} $<TARGET_FILE:${T_NAME}>)

@@ -12,7 +12,7 @@ PACKAGES=(
     libtiff-dev libtiff-tools
     libboost-thread-dev libboost-system-dev libboost-date-time-dev
     liblog4cpp5-dev
-    xvfb xauth x11-utils imagemagick
+    xvfb xauth x11-utils imagemagick xdotool
     iproute2 util-linux
 )
 

@@ -23,7 +23,7 @@
 
 namespace {
 
-const char* const kCategory = "tarpoViewer.ContextManager";
+const char* const kCategory = "ContextManager";
 const int kPerfTimerIntervalMs = 500;
 
 // Automatic image adjustment is offered for these transport layers and model families.
@@ -72,6 +72,8 @@ ContextManager::~ContextManager()
     // The timer's thread emits straight into the contexts: it ends before they go.
     if (m_throttleTimer)
         m_throttleTimer->stop();
+    // Devices still open (a window destroyed without closing) are closed in order.
+    shutDown();
 }
 
 // ---- lookups ---------------------------------------------------------------------------------

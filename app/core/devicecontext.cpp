@@ -24,7 +24,7 @@
 
 namespace {
 
-const char* const kCategory = "tarpoViewer.DeviceContext";
+const char* const kCategory = "DeviceContext";
 const char* const kFailedToOpen = "Failed to open the camera.";
 const char* const kFailedToStart = "Failed to start the image acquisition";
 // The misspelling is the message users know.
@@ -268,8 +268,16 @@ void DeviceContext::createImageWindow()
         connect(window, &ImageWindow::zoomChanged, manager, &ContextManager::zoomChanged);
     connect(window, &ImageWindow::closed, this, &DeviceContext::imageWindowClosed);
     connect(window, &ImageWindow::imageDimensionChanged, this, &DeviceContext::cameraStateChanged);
+    const int others = m_mdiArea->subWindowList().size();
     QMdiSubWindow* subWindow = m_mdiArea->addSubWindow(window);
     subWindow->setAttribute(Qt::WA_DeleteOnClose, false);
+    // A new window takes most of the area, each one a step further down and right.
+    const QSize area = m_mdiArea->viewport()->size();
+    if (area.width() > 200 && area.height() > 150) {
+        subWindow->resize(area * 0.75);
+        const int step = 28 * (others % 6);
+        subWindow->move(step, step);
+    }
     subWindow->setWindowIcon(QApplication::windowIcon());
     m_imageWindow = window;
     m_imageSubWindow = subWindow;

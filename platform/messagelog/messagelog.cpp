@@ -1,5 +1,7 @@
 #include "messagelog/messagelog.h"
 
+#include "trace/trace.h"
+
 #include <QMetaObject>
 #include <QObject>
 
@@ -25,6 +27,8 @@ int postLogMessage(LogLevel level, const QString& source, const QString& message
 int postLogMessage(LogLevel level, const QString& source, const QString& message, int existingId,
                    const QDateTime& timestamp)
 {
+    // Developers find the log's lines in the traces too (category tarpoViewer.MessageLog).
+    TARPO_TRACE("MessageLog", "%d %s: %s", int(level), qPrintable(source), qPrintable(message));
     std::lock_guard<std::mutex> lock(g_receiverMutex);
     if (!g_receiver)
         return 0;

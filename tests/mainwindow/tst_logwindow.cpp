@@ -1,3 +1,4 @@
+// labels: gui
 #include "mainwindow/logwindow.h"
 
 #include <QApplication>
@@ -34,13 +35,20 @@ private slots:
         QTest::addColumn<int>("level");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("accessible");
-        QTest::newRow("debug") << 16 << "Debug" << "Debug";
-        QTest::newRow("information-32") << 32 << "Information" << "Info";
-        QTest::newRow("information-64") << 64 << "Information" << "Info";
-        QTest::newRow("warning") << 128 << "Warning" << "Warning";
-        QTest::newRow("error") << 256 << "Error" << "Error";
-        QTest::newRow("critical") << 512 << "Critical" << "Critical";
-        QTest::newRow("unknown-level") << 8 << "NONE" << "NONE";
+        QTest::newRow("debug") << 16 << "Debug"
+                               << "Debug";
+        QTest::newRow("information-32") << 32 << "Information"
+                                        << "Info";
+        QTest::newRow("information-64") << 64 << "Information"
+                                        << "Info";
+        QTest::newRow("warning") << 128 << "Warning"
+                                 << "Warning";
+        QTest::newRow("error") << 256 << "Error"
+                               << "Error";
+        QTest::newRow("critical") << 512 << "Critical"
+                                  << "Critical";
+        QTest::newRow("unknown-level") << 8 << "NONE"
+                                       << "NONE";
     }
 
     void levelTexts()
@@ -59,8 +67,8 @@ private slots:
     void idsCompleteEarlierEntries()
     {
         LogWindow window("Log");
-        const int opening = LogWindow::postLogMessage(TarpoViewer::Information, "Cam 1",
-                                                      "Opening \"Cam 1\".");
+        const int opening =
+            LogWindow::postLogMessage(TarpoViewer::Information, "Cam 1", "Opening \"Cam 1\".");
         const int other = LogWindow::postLogMessage(TarpoViewer::Warning, "Cam 2", "Too warm.");
         QVERIFY(opening > 0);
         QCOMPARE(other, opening + 1);
@@ -72,8 +80,8 @@ private slots:
         QStandardItem* entry = window.model()->item(window.model()->rowOfId(opening), 0);
         QCOMPARE(entry->child(0, 3)->text(), QString("\"Cam 1\" has been opened."));
         // An unknown earlier id makes a row of its own.
-        window.onLogMessage(TarpoViewer::Information, QDateTime::currentDateTime(), "x", "y",
-                            99, 12345);
+        window.onLogMessage(TarpoViewer::Information, QDateTime::currentDateTime(), "x", "y", 99,
+                            12345);
         QCOMPARE(window.model()->rowCount(), 3);
     }
 
@@ -102,8 +110,7 @@ private slots:
                          "Error\t2026-11-22 03:04:06.067\tCam\tsecond\r\n"
                          "Warning\t2026-11-22 03:04:05.067\tCam\tfirst\r\n"));
         window.view()->selectionModel()->select(
-            window.model()->index(1, 0),
-            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            window.model()->index(1, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
         window.onCopySelected();
         QCOMPARE(QApplication::clipboard()->text(),
                  QString("Type\tTime\tSource\tMessage\n"
