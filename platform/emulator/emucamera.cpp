@@ -13,6 +13,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include <chrono>
+#include <thread>
+
 namespace Emulator {
 
 namespace {
@@ -183,9 +186,16 @@ bool EmuCamera::isController(const EmuCameraClient* client) const
 
 void EmuCamera::readRegister(int64_t address, void* buffer, int64_t length) const
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    requirePresent();
-    m_registers.read(address, buffer, length);
+    int64_t delayUs = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        requirePresent();
+        m_registers.read(address, buffer, length);
+        delayUs = m_registers.readDelayUs();
+    }
+    // A slow link: the read takes this long, without holding up the camera's other clients.
+    if (delayUs > 0)
+        std::this_thread::sleep_for(std::chrono::microseconds(delayUs));
 }
 
 void EmuCamera::writeRegister(EmuCameraClient* client, int64_t address, const void* buffer,

@@ -19,6 +19,9 @@ constexpr int64_t kSensorWidthMax = 8192;
 constexpr int64_t kSensorHeightMin = 2;
 constexpr int64_t kSensorHeightMax = 8192;
 
+// The longest delay a register read can be given (DebugReadDelay), in microseconds.
+constexpr int64_t kMaxReadDelayUs = 100000;
+
 // Region of interest: widths and horizontal offsets in steps of 4 keep every packed format on
 // whole bytes; heights and vertical offsets in steps of 2 keep the Bayer phase.
 constexpr int64_t kWidthMin = 16;

@@ -118,6 +118,7 @@ constexpr int64_t DebugSensorWidth = 0xF00C;
 constexpr int64_t DebugSensorHeight = 0xF010;
 constexpr int64_t DebugLine1Pulse = 0xF014;   // command
 constexpr int64_t DebugFrameCounter = 0xF018; // 8, RO
+constexpr int64_t DebugReadDelay = 0xF020;    // microseconds every register read takes
 
 } // namespace EmuReg
 } // namespace Emulator

@@ -288,6 +288,8 @@ int64_t EmuRegisterSpace::readInteger(int64_t address) const
         return m_sensorHeight;
     case EmuReg::DebugFrameCounter:
         return int64_t(m_frameCounter);
+    case EmuReg::DebugReadDelay:
+        return m_readDelayUs;
     default:
         // Commands read 0 once done (they always are); single-entry selectors read their entry.
         return 0;
@@ -596,6 +598,10 @@ EmuRegisterSpace::Action EmuRegisterSpace::writeInteger(int64_t address, int64_t
         requireRange("DebugTruncatedFrameRate", value, 0, 1000);
         m_truncatedFrameRate = value;
         m_truncatedAccumulator = 0;
+        break;
+    case EmuReg::DebugReadDelay:
+        requireRange("DebugReadDelay", value, 0, kMaxReadDelayUs);
+        m_readDelayUs = value;
         break;
     case EmuReg::DebugDeviceVanish:
         return Action::Vanish;

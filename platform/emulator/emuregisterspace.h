@@ -73,6 +73,8 @@ public:
     int64_t sensorWidth() const { return m_sensorWidth; }
     int64_t sensorHeight() const { return m_sensorHeight; }
     int64_t payloadSize() const;
+    // What every register read costs, as a slow link would: DebugReadDelay.
+    int64_t readDelayUs() const { return m_readDelayUs; }
     // min(AcquisitionFrameRate when enabled, 1 / ExposureTime, link limit / payload when on).
     double resultingFrameRateHz() const;
 
@@ -133,6 +135,7 @@ private:
     uint64_t m_frameCounter = 0;
     int64_t m_failedBufferRate = 0;
     int64_t m_truncatedFrameRate = 0;
+    int64_t m_readDelayUs = 0;
     int64_t m_failedAccumulator = 0;
     int64_t m_truncatedAccumulator = 0;
 };

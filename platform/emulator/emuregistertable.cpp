@@ -88,6 +88,7 @@ const Register kScalars[] = {
     {EmuReg::DebugSensorHeight, 4, Kind::Integer, Access::RW, "DebugSensorHeight"},
     {EmuReg::DebugLine1Pulse, 4, Kind::Integer, Access::Command, "DebugLine1Pulse"},
     {EmuReg::DebugFrameCounter, 8, Kind::Integer, Access::RO, "DebugFrameCounter"},
+    {EmuReg::DebugReadDelay, 4, Kind::Integer, Access::RW, "DebugReadDelay"},
 };
 
 // The registers of one auto-function ROI, at their offsets within its block.
