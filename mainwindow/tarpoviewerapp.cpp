@@ -4,14 +4,19 @@
 #include "app/core/contextmanager.h"
 #include "app/core/devicecontext.h"
 #include "display/imagewindow.h"
+#include "features/docwindow.h"
+#include "features/featuretreewindow.h"
+#include "features/propertieswindow.h"
 #include "genapi/nodemapref.h"
 #include "mainwindow/devicetreewindow.h"
 #include "mainwindow/logwindow.h"
 #include "messagelog/messagelog.h"
 #include "qtbase/helpsupport.h"
 #include "qtbase/messages.h"
+#include "qtbase/widgetgeometry.h"
 #include "qtwidgets/aboutdialog.h"
 #include "qtwidgets/devicetreewidget.h"
+#include "qtwidgets/featuretreewidget.h"
 #include "qtwidgets/nodedebugmode.h"
 #include "settings/optionsdialog.h"
 #include "tarpo/featurepersistence.h"
@@ -28,6 +33,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -38,6 +44,7 @@
 #include <QScreen>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTableWidget>
 
 namespace {
 
@@ -82,10 +89,9 @@ QMessageBox::Icon iconOf(AsyncErrorQueue::ErrorSeverity severity)
     }
 }
 
-QDockWidget* makeDock(const QString& title, const char* objectName, Qt::DockWidgetAreas allowed,
-                      QWidget* parent)
+template <typename Dock>
+Dock* placeDock(Dock* dock, const char* objectName, Qt::DockWidgetAreas allowed)
 {
-    auto* dock = new QDockWidget(title, parent);
     dock->setObjectName(objectName);
     dock->setAllowedAreas(allowed);
     return dock;
@@ -157,34 +163,32 @@ void TarpoViewerApp::parseCommandLine(const QStringList& arguments, bool* monito
 
 void TarpoViewerApp::createDocks()
 {
-    m_featureTreeDock = makeDock("Features", "FeatureTreeView",
-                                 Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea, this);
-    m_deviceTreeWindow = new DeviceTreeWindow(m_multicastMonitorMode, this);
+    const Qt::DockWidgetAreas sides = Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea;
+    m_featureTreeWindow =
+        placeDock(new FeatureTreeWindow("Features", this), "FeatureTreeView", sides);
+    m_deviceTreeWindow =
+        placeDock(new DeviceTreeWindow(m_multicastMonitorMode, this), "DeviceTreeView", sides);
     m_deviceTreeWindow->setWindowTitle("Devices");
-    m_deviceTreeWindow->setObjectName("DeviceTreeView");
-    m_deviceTreeWindow->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
-    m_documentationDock =
-        makeDock("Feature Documentation", "FeatureDocWindow", Qt::AllDockWidgetAreas, this);
-    m_logWindow = new LogWindow("Message Log", this);
-    m_logWindow->setObjectName("FeatureLogWindow");
-    m_logWindow->setAllowedAreas(Qt::TopDockWidgetArea | Qt::BottomDockWidgetArea);
-    m_propertiesDock = makeDock("Feature Properties", "FeaturePropertiesWindow",
-                                Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea, this);
+    m_docWindow = placeDock(new DocWindow("Feature Documentation", this), "FeatureDocWindow",
+                            Qt::AllDockWidgetAreas);
+    m_logWindow = placeDock(new LogWindow("Message Log", this), "FeatureLogWindow",
+                            Qt::TopDockWidgetArea | Qt::BottomDockWidgetArea);
+    m_propertiesWindow = placeDock(new PropertiesWindow("Feature Properties", this),
+                                   "FeaturePropertiesWindow", sides);
 
     addDockWidget(Qt::LeftDockWidgetArea, m_deviceTreeWindow);
-    addDockWidget(Qt::LeftDockWidgetArea, m_featureTreeDock);
-    addDockWidget(Qt::BottomDockWidgetArea, m_documentationDock);
+    addDockWidget(Qt::LeftDockWidgetArea, m_featureTreeWindow);
+    addDockWidget(Qt::BottomDockWidgetArea, m_docWindow);
     addDockWidget(Qt::BottomDockWidgetArea, m_logWindow);
-    tabifyDockWidget(m_documentationDock, m_logWindow);
+    tabifyDockWidget(m_docWindow, m_logWindow);
     m_logWindow->raise();
-    addDockWidget(Qt::RightDockWidgetArea, m_propertiesDock);
-    resizeDocks({m_deviceTreeWindow, m_propertiesDock}, {320, 260}, Qt::Horizontal);
-    resizeDocks({m_deviceTreeWindow, m_featureTreeDock}, {160, 400}, Qt::Vertical);
+    addDockWidget(Qt::RightDockWidgetArea, m_propertiesWindow);
+    resizeDocks({m_deviceTreeWindow, m_propertiesWindow}, {340, 260}, Qt::Horizontal);
+    resizeDocks({m_deviceTreeWindow, m_featureTreeWindow}, {150, 450}, Qt::Vertical);
     resizeDocks({m_logWindow}, {160}, Qt::Vertical);
-    for (QDockWidget* dock : {m_featureTreeDock, m_documentationDock, m_propertiesDock})
+    for (QDockWidget* dock : std::initializer_list<QDockWidget*>{
+             m_deviceTreeWindow, m_featureTreeWindow, m_propertiesWindow, m_docWindow, m_logWindow})
         m_ui.menuView->addAction(dock->toggleViewAction());
-    m_ui.menuView->addAction(m_deviceTreeWindow->toggleViewAction());
-    m_ui.menuView->addAction(m_logWindow->toggleViewAction());
 }
 
 void TarpoViewerApp::createHiddenActions()
@@ -253,6 +257,39 @@ void TarpoViewerApp::makeConnections()
     connect(m_deviceTreeWindow, &DeviceTreeWindow::customRootContextMenuRequested, this,
             &TarpoViewerApp::onShowRootContextMenu);
 
+    FeatureTreeWindow* features = m_featureTreeWindow;
+    connect(features, &FeatureTreeWindow::CurrentChanged, m_docWindow,
+            &DocWindow::onCurrentChanged);
+    connect(features, &FeatureTreeWindow::NewText, m_docWindow, &DocWindow::onNewText);
+    // Queued, so the properties read the node after the tree has done its own work; a node
+    // that is no longer the tree's current one (its camera closed meanwhile) is not shown.
+    connect(
+        features, &FeatureTreeWindow::CurrentChanged, this,
+        [this](GenApi::INode* node) {
+            FeatureTreeWidget* tree = m_featureTreeWindow->currentTree();
+            if (!node || (tree && tree->GetCurrentNode() == node))
+                m_propertiesWindow->onCurrentChanged(node);
+        },
+        Qt::QueuedConnection);
+    connect(features, &FeatureTreeWindow::visibilityChanged, m_propertiesWindow,
+            &PropertiesWindow::onVisibilityChanged);
+    connect(manager, &ContextManager::cameraChanged, features, &FeatureTreeWindow::setCamera);
+    connect(manager, &ContextManager::nodemapAvailable, features, &FeatureTreeWindow::addNodemap);
+    connect(manager, &ContextManager::cameraRemoved, features, &FeatureTreeWindow::removeCamera);
+    // Where the device is shut down, before it goes: the views drop their nodes.
+    connect(manager, &ContextManager::notifyDeviceShutDown, features,
+            &FeatureTreeWindow::onNotifyCameraShutDown, Qt::DirectConnection);
+    connect(
+        manager, &ContextManager::notifyDeviceShutDown, m_propertiesWindow,
+        [this] { m_propertiesWindow->onCurrentChanged(nullptr); }, Qt::DirectConnection);
+    connect(features, &FeatureTreeWindow::visibilityChanged, this, &TarpoViewerApp::setVisibility);
+    connect(features, &FeatureTreeWindow::pollingStateChanged, this,
+            &TarpoViewerApp::onPollingChanged);
+    connect(features, &FeatureTreeWindow::viewAllFavoritesStateChanged, this,
+            &TarpoViewerApp::onViewAllFavoritesChanged);
+    connect(features, &FeatureTreeWindow::filterMatchesChanged, this,
+            &TarpoViewerApp::onFilterMatchesChanged);
+
     connect(m_mdiArea, &QMdiArea::subWindowActivated, this, &TarpoViewerApp::updateActions);
     connect(m_mdiArea, &QMdiArea::subWindowActivated, this, &TarpoViewerApp::OnMDIWindowActivated);
     QMetaObject::connectSlotsByName(this);
@@ -291,6 +328,7 @@ void TarpoViewerApp::readSettings()
     const QByteArray deviceTreeLayout = settings.value("DeviceTreeWindow/layout").toByteArray();
     if (!deviceTreeLayout.isEmpty())
         m_deviceTreeWindow->restoreTreeState(deviceTreeLayout, kLayoutVersion);
+    restoreHeaderLayout(m_propertiesWindow->table()->horizontalHeader(), "PropertiesWindow");
 
     const QString workingDirectory = settings.value("Environment/workingDirectory").toString();
     m_workingDirectory = !workingDirectory.isEmpty() && QFileInfo(workingDirectory).isDir()
@@ -375,7 +413,8 @@ void TarpoViewerApp::updateActions()
     // The tools whose windows are not part of this build stay in the menus, disabled.
     m_ui.actionFile_Access->setEnabled(false);
     m_ui.actionOpenBandwidthAnalyzer->setEnabled(false);
-    m_ui.actionCopyCameraParamters->setEnabled(false);
+    m_ui.actionCopyCameraParamters->setEnabled(!isNodeDebugModeEnabled() && m_featureTreeWindow &&
+                                               open);
     m_ui.actionRemote_GigE_Camera->setEnabled(false);
 }
 
@@ -467,6 +506,8 @@ void TarpoViewerApp::setUserLevel(TarpoViewer::EUserLevel level)
     const TarpoViewer::EUserLevel effective = TarpoViewer::effectiveUserLevel(level);
     m_userLevel = unsigned(effective);
     TarpoViewer::setCurrentUserLevel(effective);
+    m_featureTreeWindow->setUserLevel(effective);
+    m_propertiesWindow->onVisibilityChanged(TarpoViewer::visibilityOf(effective));
 }
 
 void TarpoViewerApp::setVisibility(GenApi::EVisibility visibility)
@@ -477,12 +518,14 @@ void TarpoViewerApp::setVisibility(GenApi::EVisibility visibility)
 void TarpoViewerApp::setPollingState(bool pollingstate)
 {
     m_polling = pollingstate;
+    m_featureTreeWindow->setPolling(pollingstate);
 }
 
 void TarpoViewerApp::setViewAllFavoritesState(bool viewAllFavoritesstate)
 {
     m_viewAllFavorites = viewAllFavoritesstate;
     TarpoViewer::setViewAllFavorites(viewAllFavoritesstate);
+    m_featureTreeWindow->setViewAllFavorites(viewAllFavoritesstate);
 }
 
 void TarpoViewerApp::onFontSizeChanged(int pointSize)
@@ -648,6 +691,8 @@ bool TarpoViewerApp::loadFeatures(const QString& fileName)
     if (!device || !device->GetNodeMap())
         return false;
     bool loaded = false;
+    // The tree follows afterwards in one refresh instead of one callback per feature.
+    m_featureTreeWindow->enableGenICamCallbacks(false);
     try {
         Tarpo::CFeaturePersistence::Load(fileName.toStdString().c_str(), device->GetNodeMap(),
                                          true);
@@ -657,6 +702,8 @@ bool TarpoViewerApp::loadFeatures(const QString& fileName)
                             QString("Load camera feature file failed.\n") +
                                 QString::fromUtf8(e.what()));
     }
+    m_featureTreeWindow->enableGenICamCallbacks(true);
+    m_featureTreeWindow->refresh();
     updateActions();
     return loaded;
 }
@@ -740,7 +787,10 @@ void TarpoViewerApp::on_actionOptions_triggered()
     dialog.exec();
 }
 
-void TarpoViewerApp::on_actionCopyCameraParamters_triggered() {}
+void TarpoViewerApp::on_actionCopyCameraParamters_triggered()
+{
+    m_featureTreeWindow->copyToClipboard();
+}
 
 void TarpoViewerApp::on_actionFile_Access_triggered() {}
 

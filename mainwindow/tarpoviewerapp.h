@@ -20,8 +20,10 @@
 class Camera;
 class ContextManager;
 class DeviceTreeWindow;
+class DocWindow;
+class FeatureTreeWindow;
 class LogWindow;
-class QDockWidget;
+class PropertiesWindow;
 class QMdiArea;
 class QMdiSubWindow;
 class QMenu;
@@ -48,6 +50,9 @@ public:
     QMdiArea* mdiArea() const { return m_mdiArea; }
     DeviceTreeWindow* deviceTreeWindow() const { return m_deviceTreeWindow; }
     LogWindow* logWindow() const { return m_logWindow; }
+    FeatureTreeWindow* featureTreeWindow() const { return m_featureTreeWindow; }
+    PropertiesWindow* propertiesWindow() const { return m_propertiesWindow; }
+    DocWindow* docWindow() const { return m_docWindow; }
     const Ui_TarpoViewerAppClass& ui() const { return m_ui; }
     QAction* speedTestAction() const { return m_actionSpeedTestGrab; }
     QAction* clearCacheAction() const { return m_actionClearCache; }
@@ -124,11 +129,11 @@ private:
 
     Ui_TarpoViewerAppClass m_ui;
     QMdiArea* m_mdiArea = nullptr;
-    QDockWidget* m_featureTreeDock = nullptr;
+    FeatureTreeWindow* m_featureTreeWindow = nullptr;
     DeviceTreeWindow* m_deviceTreeWindow = nullptr;
-    QDockWidget* m_documentationDock = nullptr;
+    DocWindow* m_docWindow = nullptr;
     LogWindow* m_logWindow = nullptr;
-    QDockWidget* m_propertiesDock = nullptr;
+    PropertiesWindow* m_propertiesWindow = nullptr;
     ContextManager* m_contextManager = nullptr;
     unsigned m_userLevel = 0;
     bool m_multicastMonitorMode = false;

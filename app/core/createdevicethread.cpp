@@ -18,6 +18,7 @@ CreateDeviceThread::~CreateDeviceThread()
 
 void CreateDeviceThread::run()
 {
+    m_finished.store(false, std::memory_order_relaxed);
     m_device = nullptr;
     m_genicamException.reset();
     m_stdException.reset();
@@ -30,10 +31,13 @@ void CreateDeviceThread::run()
     } catch (...) {
         m_stdException = std::make_unique<std::string>("Unspecified exception occurred.");
     }
+    m_finished.store(true, std::memory_order_release);
 }
 
 Tarpo::ITarpoDevice* CreateDeviceThread::takeResult()
 {
+    if (!m_finished.load(std::memory_order_acquire))
+        return nullptr;
     if (m_genicamException) {
         const GenICam::GenericException e = *m_genicamException;
         m_genicamException.reset();

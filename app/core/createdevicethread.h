@@ -11,6 +11,7 @@
 
 #include <QThread>
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -42,4 +43,7 @@ private:
     Tarpo::ITarpoDevice* m_device = nullptr;
     std::unique_ptr<GenICam::GenericException> m_genicamException;
     std::unique_ptr<std::string> m_stdException;
+    // Published last by run(): QThread::wait() synchronises inside Qt, out of ThreadSanitizer's
+    // sight, so the result is handed over through this flag.
+    std::atomic<bool> m_finished{false};
 };

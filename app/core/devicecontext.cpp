@@ -271,17 +271,16 @@ void DeviceContext::createImageWindow()
     const int others = m_mdiArea->subWindowList().size();
     QMdiSubWindow* subWindow = m_mdiArea->addSubWindow(window);
     subWindow->setAttribute(Qt::WA_DeleteOnClose, false);
-    // A new window takes most of the area, each one a step further down and right.
-    const QSize area = m_mdiArea->viewport()->size();
-    if (area.width() > 200 && area.height() > 150) {
-        subWindow->resize(area * 0.75);
-        const int step = 28 * (others % 6);
-        subWindow->move(step, step);
-    }
     subWindow->setWindowIcon(QApplication::windowIcon());
     m_imageWindow = window;
     m_imageSubWindow = subWindow;
     subWindow->show();
+    // A new window takes most of the area, each one a step further down and right.
+    const QSize area = m_mdiArea->viewport()->size();
+    if (area.width() > 200 && area.height() > 150) {
+        const int step = 28 * (others % 6);
+        subWindow->setGeometry(step, step, area.width() * 3 / 4, area.height() * 3 / 4);
+    }
 }
 
 void DeviceContext::showImageWindow()
