@@ -116,6 +116,12 @@ void DeviceTreeWindow::selectDevice(const Tarpo::CDeviceInfo* info)
     m_deviceTree->selectByInfo(*info);
 }
 
+void DeviceTreeWindow::addDevice(const Tarpo::CDeviceInfo& info)
+{
+    m_deviceTree->refresh(true);
+    m_deviceTree->selectByNameAsync(QString::fromStdString(info.GetFullName()), false);
+}
+
 void DeviceTreeWindow::selectByNameAsync(const QString& name, bool requestOpen)
 {
     m_deviceTree->selectByNameAsync(name, requestOpen);

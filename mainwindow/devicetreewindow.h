@@ -31,6 +31,8 @@ public:
     QLabel* noInterfaceLabel() const { return m_noInterfaceLabel; }
 
     void selectDevice(const Tarpo::CDeviceInfo* info);
+    // A camera announced by address: listed from the next scan on, and selected.
+    void addDevice(const Tarpo::CDeviceInfo& info);
     void selectByNameAsync(const QString& name, bool requestOpen);
     int selectedDevices(Tarpo::DeviceInfoList* devices);
 

@@ -22,6 +22,9 @@
 #include "tarpo/featurepersistence.h"
 #include "tarpo/tarpodevice.h"
 #include "tarpo/tlfactory.h"
+#include "tarpo/transportlayer.h"
+#include "tools/fileaccessdialog.h"
+#include "tools/unicastcreatedialog.h"
 #include "trace/trace.h"
 
 #include <QApplication>
@@ -31,8 +34,10 @@
 #include <QDateTime>
 #include <QDesktopWidget>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFutureWatcher>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMdiArea>
@@ -45,6 +50,7 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTableWidget>
+#include <QtConcurrent>
 
 namespace {
 
@@ -292,7 +298,6 @@ void TarpoViewerApp::makeConnections()
 
     connect(m_mdiArea, &QMdiArea::subWindowActivated, this, &TarpoViewerApp::updateActions);
     connect(m_mdiArea, &QMdiArea::subWindowActivated, this, &TarpoViewerApp::OnMDIWindowActivated);
-    QMetaObject::connectSlotsByName(this);
 }
 
 // ---- settings ---------------------------------------------------------------------------------
@@ -411,11 +416,11 @@ void TarpoViewerApp::updateActions()
     m_ui.actionZoom100->setEnabled(manager->isZoom100());
 
     // The tools whose windows are not part of this build stay in the menus, disabled.
-    m_ui.actionFile_Access->setEnabled(false);
+    m_ui.actionFile_Access->setEnabled(open && !grabbing && manager->canAccessFiles(info));
     m_ui.actionOpenBandwidthAnalyzer->setEnabled(false);
     m_ui.actionCopyCameraParamters->setEnabled(!isNodeDebugModeEnabled() && m_featureTreeWindow &&
                                                open);
-    m_ui.actionRemote_GigE_Camera->setEnabled(false);
+    m_ui.actionRemote_GigE_Camera->setEnabled(gigeTransportLayerAvailable());
 }
 
 // ---- device commands --------------------------------------------------------------------------
@@ -792,9 +797,67 @@ void TarpoViewerApp::on_actionCopyCameraParamters_triggered()
     m_featureTreeWindow->copyToClipboard();
 }
 
-void TarpoViewerApp::on_actionFile_Access_triggered() {}
+void TarpoViewerApp::on_actionFile_Access_triggered()
+{
+    DeviceContext* context = m_contextManager->currentContext();
+    if (!context || !context->camera())
+        return;
+    FileAccessDialog dialog(this, context->camera());
+    // Where the device is shut down, before it goes: the dialog stops touching it.
+    connect(m_contextManager, &ContextManager::notifyDeviceShutDown, &dialog,
+            &FileAccessDialog::onNotifyCameraShutDown, Qt::DirectConnection);
+    dialog.exec();
+}
 
-void TarpoViewerApp::on_actionRemote_GigE_Camera_triggered() {}
+void TarpoViewerApp::on_actionRemote_GigE_Camera_triggered()
+{
+    createCameraPerIp();
+}
+
+void TarpoViewerApp::createCameraPerIp()
+{
+    CUnicastCreateDialog dialog(this);
+    restoreWidgetGeometry(&dialog, "UnicastDialog");
+    QSettings settings;
+    settings.beginGroup(kMainWindowGroup);
+    dialog.setIpAddress(settings.value("recentIPAddr", "192.168.1.1").toString());
+    const int result = dialog.exec();
+    saveWidgetGeometry(&dialog, "UnicastDialog");
+    if (result != QDialog::Accepted)
+        return;
+    const QString address = dialog.ipAddress();
+    settings.setValue("recentIPAddr", address);
+    const char* const source = "TarpoViewerApp::createCameraPerIp";
+    Tarpo::CTlFactory& factory = Tarpo::CTlFactory::GetInstance();
+    Tarpo::ITransportLayer* transportLayer = factory.CreateTl("MorvexGigE");
+    auto* gigE = dynamic_cast<Tarpo::IGigETransportLayer*>(transportLayer);
+    try {
+        if (!gigE)
+            throw RUNTIME_EXCEPTION("No GigE transport layer found.");
+        Tarpo::CDeviceInfo info = gigE->CreateDeviceInfo();
+        info.SetIpAddress(address.toLatin1().constData());
+        // The camera has a second to answer: the window keeps painting meanwhile.
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        QFutureWatcher<bool> announcing;
+        QEventLoop loop;
+        connect(&announcing, &QFutureWatcher<bool>::finished, &loop, &QEventLoop::quit);
+        const std::string ip = address.toStdString();
+        announcing.setFuture(QtConcurrent::run(
+            [gigE, ip, &info] { return gigE->AnnounceRemoteDevice(ip.c_str(), &info); }));
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+        QApplication::restoreOverrideCursor();
+        if (announcing.result())
+            m_deviceTreeWindow->addDevice(info);
+        else
+            showCriticalMessage(source, "Failed to find camera. Check the IP configuration.");
+    } catch (const GenICam::GenericException& e) {
+        showException(e, source, gigE ? "Failed to create the device." : e.GetDescription());
+    } catch (const std::exception& e) {
+        showException(e, source, "Failed to create the device.");
+    }
+    if (transportLayer)
+        factory.ReleaseTl(transportLayer);
+}
 
 // ---- start and end ----------------------------------------------------------------------------
 

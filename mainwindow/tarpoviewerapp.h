@@ -113,6 +113,8 @@ private:
     void createDocks();
     void createHiddenActions();
     void makeConnections();
+    // Asks for a GigE camera's address and announces the camera there.
+    void createCameraPerIp();
     // Fills the dialog with the current values and applies what it emits.
     void primeOptionsDialog(OptionsDialog& dialog);
     void readSettings();
