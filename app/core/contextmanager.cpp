@@ -19,6 +19,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -251,6 +252,12 @@ void ContextManager::changeCurrentDevice(const Tarpo::CDeviceInfo* pDeviceInfo)
         if (!context)
             return;
         m_contexts[fullName] = context;
+        {
+            // Ticked by the timer's thread through this list rather than a signal connection,
+            // whose set-up Qt does not hand over to that thread in a way the checks can see.
+            std::lock_guard<std::mutex> tickLock(m_tickMutex);
+            m_tickTargets.push_back(context);
+        }
         context->enableThrottle(m_throttleEnabled);
         context->camera()->setShowFailedBuffers(m_showFailedBuffers);
     } else {
@@ -415,7 +422,8 @@ void ContextManager::removeDeviceContext(DeviceContext* context)
     {
         // No throttle tick is running into the context once this returns.
         std::lock_guard<std::mutex> tickLock(m_tickMutex);
-        disconnect(this, &ContextManager::throttleTimerTick, context, nullptr);
+        m_tickTargets.erase(std::remove(m_tickTargets.begin(), m_tickTargets.end(), context),
+                            m_tickTargets.end());
     }
     context->shutDown();
     TARPO_TRACE(kCategory,
@@ -672,7 +680,11 @@ void ContextManager::enableFpsThrottle(bool enable)
 
 void ContextManager::emitThrottleTick()
 {
-    std::lock_guard<std::mutex> lock(m_tickMutex);
+    {
+        std::lock_guard<std::mutex> lock(m_tickMutex);
+        for (DeviceContext* context : m_tickTargets)
+            context->onThrottleTimerTick();
+    }
     emit throttleTimerTick();
 }
 

@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <vector>
 
 class Camera;
 class CRecordingOptions;
@@ -126,7 +127,8 @@ public slots:
     void onFinishGrab();
 
 private:
-    // Throttle timer's thread: emits throttleTimerTick under m_tickMutex.
+    // Throttle timer's thread: ticks every context's decoupler under m_tickMutex, then emits
+    // throttleTimerTick.
     void emitThrottleTick();
     void changeDeviceContext(DeviceContext* context);
     void removeDeviceContext(DeviceContext* context);
@@ -144,7 +146,8 @@ private:
     std::recursive_mutex m_mutex; // guards m_contexts, m_currentContext, m_pausedImageWindow,
                                   // m_throttleEnabled, m_throttleTimer, m_watchedDevices
     std::map<GenICam::gcstring, DeviceContext*> m_contexts; // owned, deleted later
-    std::mutex m_tickMutex; // guards the throttle tick's emission against a context leaving
+    std::mutex m_tickMutex; // guards m_tickTargets: the tick runs on the timer's thread
+    std::vector<DeviceContext*> m_tickTargets;
     bool m_throttleEnabled = false;
     unsigned m_maxFps = 50;
     unsigned m_timerRes = 0;

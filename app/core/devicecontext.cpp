@@ -82,9 +82,6 @@ DeviceContext* DeviceContext::create(const Tarpo::CDeviceInfo* info, QMdiArea* m
             &ContextManager::recordingStateChanged);
     connect(contextManager, &ContextManager::throttleTimerEnabled, context,
             &DeviceContext::enableThrottle);
-    // throttle timer's thread -> decoupler, direct: the tick only wakes the decoupler's thread
-    connect(contextManager, &ContextManager::throttleTimerTick, context,
-            &DeviceContext::onThrottleTimerTick, Qt::DirectConnection);
     return context;
 }
 
@@ -104,6 +101,10 @@ void DeviceContext::setCamera(Camera* camera)
 
     // grab thread -> decoupler, direct: costs one lock and one wake-up per frame
     connect(camera, &Camera::bufferAvailable, m_decoupler, &Decoupler::setBuffer,
+            Qt::DirectConnection);
+    // grab thread -> recording, direct: the recording controller copies the frames it keeps on
+    // that thread. Connected once, before any grab; a recording is plugged in behind it.
+    connect(camera, &Camera::bufferAvailable, this, &DeviceContext::forwardToRecording,
             Qt::DirectConnection);
     // decoupler thread -> converter, direct: conversion runs on the decoupler's thread
     connect(m_decoupler, &Decoupler::bufferAvailable, m_converter.get(), &Converter::setBuffer,
@@ -367,6 +368,13 @@ void DeviceContext::imageWindowClosed()
     });
 }
 
+void DeviceContext::forwardToRecording(TarpoViewerSdk::StreamBuffer* buffer)
+{
+    std::lock_guard<std::mutex> relay(m_relayMutex);
+    if (m_relayController)
+        m_relayController->onCameraBufferAvailable(buffer);
+}
+
 bool DeviceContext::hasRecording() const
 {
     std::lock_guard<std::recursive_mutex> lock(m_recordingMutex);
@@ -444,10 +452,10 @@ void DeviceContext::startRecording(CRecordingOptions* pOptions)
         format.serial = QString::fromStdString(m_camera->deviceInfo().GetSerialNumber());
         m_recording = std::make_unique<CRecordingAssembly>(options, format);
         CRecordingController* controller = m_recording->controller();
-        // grab thread -> recording controller, direct: the controller copies the frames it
-        // keeps on that thread
-        connect(m_camera, &Camera::bufferAvailable, controller,
-                &CRecordingController::onCameraBufferAvailable, Qt::DirectConnection);
+        {
+            std::lock_guard<std::mutex> relay(m_relayMutex);
+            m_relayController = controller;
+        }
         // grab, writer or timer thread -> GUI thread, queued by the automatic connection
         if (m_imageWindow)
             connect(controller, &CRecordingController::stateChanged, m_imageWindow.data(),
@@ -497,8 +505,12 @@ void DeviceContext::destroyRecording()
     if (!m_recording)
         return;
     CRecordingController* controller = m_recording->controller();
+    {
+        // Once this returns, the grab thread hands the controller no frame any more.
+        std::lock_guard<std::mutex> relay(m_relayMutex);
+        m_relayController = nullptr;
+    }
     controller->releaseResources();
-    disconnect(m_camera, &Camera::bufferAvailable, controller, nullptr);
     disconnect(controller, nullptr, this, nullptr);
     if (m_imageWindow)
         disconnect(controller, nullptr, m_imageWindow.data(), nullptr);

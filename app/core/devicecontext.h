@@ -5,7 +5,8 @@
 // while recording, the recording. Wires them with fixed connections, creates the camera device
 // on a worker thread so the GUI keeps painting, and turns every failure of a device command
 // into a message box.
-// Thread: GUI only. Image data never passes through the context: it flows on the grab thread
+// Thread: GUI only, except onThrottleTimerTick() (the throttle timer's thread, only waking the
+// decoupler). Image data never passes through the context: it flows on the grab thread
 // into the decoupler and, on the decoupler's thread, through the converter into the window.
 
 #include "display/imagewindow.h"
@@ -26,6 +27,9 @@ class Converter;
 class CRecordingAssembly;
 class Decoupler;
 class QMdiArea;
+namespace TarpoViewerSdk {
+class StreamBuffer;
+}
 
 namespace GenApi {
 class INodeMap;
@@ -113,6 +117,8 @@ private:
     bool reportFailures(const char* source, const QString& message, Command command);
     // Deletes the recording; call with m_recordingMutex held.
     void destroyRecording();
+    // Grab thread: hands a frame to the recording, if one takes frames.
+    void forwardToRecording(TarpoViewerSdk::StreamBuffer* buffer);
 
     Camera* m_camera = nullptr; // owned
     QPointer<ImageWindow> m_imageWindow;
@@ -123,6 +129,8 @@ private:
     // std::recursive_mutex rather than QMutex: ThreadSanitizer sees its synchronisation.
     mutable std::recursive_mutex m_recordingMutex; // guards m_recording
     std::unique_ptr<CRecordingAssembly> m_recording;
+    std::mutex m_relayMutex; // guards m_relayController: the grab thread reads it per frame
+    CRecordingController* m_relayController = nullptr;
     QString m_displayName;
     int m_recordingLogId = -1;
     bool m_grabStartedForRecording = false;
