@@ -13,6 +13,7 @@ PACKAGES=(
     libboost-thread-dev libboost-system-dev libboost-date-time-dev
     liblog4cpp5-dev
     xvfb xauth x11-utils imagemagick xdotool
+    help2man lintian desktop-file-utils appstream dpkg-dev fakeroot
     iproute2 util-linux
 )
 

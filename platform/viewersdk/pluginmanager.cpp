@@ -15,8 +15,8 @@ namespace {
 
 struct Registry
 {
-    QMutex mutex; // guards modules, owners and lastError
-    std::map<QString, std::unique_ptr<QLibrary>> modules; // loaded modules by file
+    QMutex mutex;                                          // guards modules, owners and lastError
+    std::map<QString, std::unique_ptr<QLibrary>> modules;  // loaded modules by file
     std::map<IPlugin*, TarpoDestroyPluginFunction> owners; // who destroys each instance
     QString lastError;
 };
@@ -34,7 +34,13 @@ QString PluginManager::pluginFolder()
     const QString configured = qEnvironmentVariable("TARPO_PLUGIN_PATH");
     if (!configured.isEmpty())
         return configured;
-    return QCoreApplication::applicationDirPath() + "/plugins";
+    // Beside the executable in a build tree; under lib/ in an installation.
+    const QString beside = QCoreApplication::applicationDirPath() + "/plugins";
+    const QString installed =
+        QCoreApplication::applicationDirPath() + "/../lib/tarpo-viewer/plugins";
+    if (!QDir(beside).exists() && QDir(installed).exists())
+        return QDir(installed).canonicalPath();
+    return beside;
 }
 
 QStringList PluginManager::moduleFiles()
@@ -60,7 +66,8 @@ IPlugin* PluginManager::createInstance(const QString& name)
                 continue;
             }
         }
-        auto create = reinterpret_cast<TarpoCreatePluginFunction>(module->resolve("tarpoCreatePlugin"));
+        auto create =
+            reinterpret_cast<TarpoCreatePluginFunction>(module->resolve("tarpoCreatePlugin"));
         auto destroy =
             reinterpret_cast<TarpoDestroyPluginFunction>(module->resolve("tarpoDestroyPlugin"));
         if (!create || !destroy)

@@ -17,7 +17,8 @@ public:
     static IPlugin* createInstance(const QString& name);
     // Returns an instance to the module that made it; null is ignored.
     static void destroyInstance(IPlugin* plugin);
-    // "<application folder>/plugins", or the folder named by TARPO_PLUGIN_PATH.
+    // The folder named by TARPO_PLUGIN_PATH; else "<application folder>/plugins", or in an
+    // installation "<application folder>/../lib/tarpo-viewer/plugins".
     static QString pluginFolder();
     // The module files found there.
     static QStringList moduleFiles();
